@@ -22,7 +22,13 @@ std::string threadName() { return Scheduler::current() ? Scheduler::current()->n
 Client::Client(Simulation& simulation)
     : callbacks{this, &Client::notify, &Client::play, &Client::capture, &Client::log}, m_Sim(simulation) {}
 
-BackendResult Client::initialize() { return m_Sim.exports().orvosoundbackend_initialize(&backend, &callbacks); }
+BackendResult Client::initialize() {
+    const BackendResult result = m_Sim.exports().orvosoundbackend_initialize(&backend, &callbacks);
+    // The plug-in never closes the handle of its monitor thread.
+    if (result == 0)
+        m_Sim.expectLeft(Kind::threadHandle, m_Sim.expectedLeft(Kind::threadHandle) + 1);
+    return result;
+}
 
 BackendResult Client::finalize() {
     const BackendResult result = m_Sim.exports().orvosoundbackend_finalize(backend);

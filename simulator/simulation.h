@@ -88,10 +88,10 @@ public:
     void timerGranularity(unsigned milliseconds);
 
     // --- the schedule ---
-    void randomSchedule(std::uint64_t seed) { m_World.scheduler.setPolicy(simulator::randomSchedule(seed)); }
-    void forceSwitches(std::map<std::uint64_t, std::size_t> switches) {
-        m_World.scheduler.setPolicy(forcedSwitches(std::move(switches)));
-    }
+    // Before run; a scenario that is already running changes it from there on.
+    void setPolicy(std::unique_ptr<Policy> policy);
+    void randomSchedule(std::uint64_t seed) { setPolicy(simulator::randomSchedule(seed)); }
+    void forceSwitches(std::map<std::uint64_t, std::size_t> switches) { setPolicy(forcedSwitches(std::move(switches))); }
     void keepWholeTrace() { m_World.scheduler.trace().keep(0); }
     // Without guard pages: for runs of very many blocks.
     void plainHeap() { m_World.heap.setMode(GuardHeap::Mode::plain); }
@@ -101,6 +101,7 @@ public:
 
     // --- what is allowed to be left, exactly; nothing otherwise ---
     void expectLeft(Kind kind, std::size_t count) { m_Left[kind] = count; }
+    [[nodiscard]] std::size_t expectedLeft(Kind kind) const { return m_Left.contains(kind) ? m_Left.at(kind) : 0; }
     void allowOwnedSectionAtRemoval(unsigned count) { m_World.kernel.allowOwnedAtRemoval(count); }
 
     Report run(std::function<void()> scenario);
@@ -133,12 +134,14 @@ public:
     [[nodiscard]] std::vector<std::string> imports() const { return m_Table->imports(); }
 
 private:
+    void warmUp();
     void checkLedger();
 
     World m_World;
     SoundSystem m_Sound{m_World};
     std::unique_ptr<ImportTable> m_Table;
     Exports m_Exports;
+    std::unique_ptr<Policy> m_Policy = runUntilBlocked(); // until the scenario begins
     std::map<Kind, std::size_t> m_Left;
 };
 

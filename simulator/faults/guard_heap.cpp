@@ -114,8 +114,8 @@ bool GuardHeap::release(void* block) {
         return inside;
     }
     if (known->second.pages == 0) {
+        noteRelease(known->second);
         m_Blocks.erase(known);
-        --m_Live;
         std::free(block);
     } else {
         releaseGuarded(known->first, known->second);
@@ -141,7 +141,18 @@ void GuardHeap::releaseGuarded(std::uintptr_t address, Block& block) {
     VirtualFree(pointer(block.pages), end - block.pages, MEM_DECOMMIT);
     block.live = false;
     block.freed = m_Where();
-    --m_Live;
+    noteRelease(block);
+}
+
+void GuardHeap::noteRelease(const Block& block) {
+    if (block.serial > m_BookFrom)
+        --m_Live;
+}
+
+void GuardHeap::startBook() {
+    const Guard guard(m_Lock);
+    m_BookFrom = m_Serial;
+    m_Live = 0;
 }
 
 bool GuardHeap::owns(const void* block) const {
@@ -157,11 +168,11 @@ std::size_t GuardHeap::liveBlocks() const {
     return m_Live;
 }
 
-std::vector<std::string> GuardHeap::describeLive(std::size_t afterSerial) const {
+std::vector<std::string> GuardHeap::describeLive() const {
     const Guard guard(m_Lock);
     std::vector<std::string> lines;
     for (const auto& [address, block] : m_Blocks) {
-        if (block.live && block.serial > afterSerial)
+        if (block.live && block.serial > m_BookFrom)
             lines.push_back("heap block " + std::to_string(block.serial) + " of " + std::to_string(block.bytes) +
                             " bytes, allocated " + block.allocated);
     }

@@ -40,10 +40,11 @@ public:
     bool release(void* block);
     [[nodiscard]] bool owns(const void* block) const;
 
+    // Blocks that live now do not count as such any more.
+    void startBook();
     [[nodiscard]] std::size_t liveBlocks() const;
     [[nodiscard]] std::size_t allocatedEver() const { return m_Serial; }
-    // Blocks that live and were allocated after the given number of allocations.
-    [[nodiscard]] std::vector<std::string> describeLive(std::size_t afterSerial = 0) const;
+    [[nodiscard]] std::vector<std::string> describeLive() const;
 
 private:
     struct Block {
@@ -58,6 +59,7 @@ private:
     static LONG CALLBACK onException(EXCEPTION_POINTERS* exception);
     bool explain(std::uintptr_t address, std::uintptr_t instruction, bool write);
     void* allocateGuarded(std::size_t bytes);
+    void noteRelease(const Block& block);
     void releaseGuarded(std::uintptr_t address, Block& block);
 
     Findings& m_Findings;
@@ -67,6 +69,7 @@ private:
     std::map<std::uintptr_t, Block> m_Blocks; // by address; freed guarded blocks stay
     std::size_t m_Serial = 0;
     std::size_t m_Live = 0;
+    std::size_t m_BookFrom = 0; // the last serial that does not count
     std::uintptr_t m_Arena = 0;
     std::uintptr_t m_Next = 0;
     void* m_Handler = nullptr;

@@ -46,6 +46,12 @@ Ledger::Ledger() : m_Lock() { InitializeCriticalSection(&m_Lock); }
 
 Ledger::~Ledger() { DeleteCriticalSection(&m_Lock); }
 
+void Ledger::start() {
+    const Guard guard(m_Lock);
+    m_Open.clear();
+    m_Taken.clear();
+}
+
 void Ledger::take(Kind kind, std::uintptr_t key, std::string label) {
     const Guard guard(m_Lock);
     ++m_Taken[kind];

@@ -32,6 +32,8 @@ public:
     Ledger(const Ledger&) = delete;
     Ledger& operator=(const Ledger&) = delete;
 
+    // Forgets what is open.
+    void start();
     // `key` tells two things of a kind apart; taking the same key twice counts two.
     void take(Kind kind, std::uintptr_t key, std::string label);
     // False when there is no such thing to give back.

@@ -19,6 +19,9 @@ class Kernel {
 public:
     Kernel(Scheduler& scheduler, Ledger& ledger, Findings& findings);
 
+    // Numbers begin anew, as for the first section.
+    void startNumbering() { m_SectionNumbers = 0; }
+
     // --- handles ---
     HANDLE createEvent(bool manualReset, bool signalled);
     HANDLE createThread(std::string name, std::function<void()> body);

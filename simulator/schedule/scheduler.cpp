@@ -140,6 +140,13 @@ bool Scheduler::clientsDone() const {
     });
 }
 
+void Scheduler::start(std::unique_ptr<Policy> policy) {
+    m_Policy = std::move(policy);
+    m_Trace.start();
+    m_Candidates.clear();
+    m_Choices = 0;
+}
+
 void Scheduler::point(std::string_view what, std::string_view subject) {
     ThreadState& self = *t_Current;
     m_Trace.add(m_Now, self.name, what, subject);

@@ -62,7 +62,6 @@ public:
 
     // --- the run, on the controlling thread, which is not a scheduled one ---
 
-    void setPolicy(std::unique_ptr<Policy> policy) { m_Policy = std::move(policy); }
     void setHangLimit(Nanoseconds limit) { m_HangLimit = limit; }
     // Runs `body` as the first client thread until the end. All other threads are then gone, too: those that still
     // waited are ended where they stand, without unwinding.
@@ -71,6 +70,9 @@ public:
     [[nodiscard]] const Policy& policy() const { return *m_Policy; }
 
     // --- on a scheduled thread ---
+
+    // Here the run proper begins: with this policy, an empty trace and choice 0.
+    void start(std::unique_ptr<Policy> policy);
 
     // Null on any other thread: its calls are none of ours.
     [[nodiscard]] static ThreadState* current();

@@ -40,6 +40,12 @@ void Trace::add(Nanoseconds time, std::string_view thread, std::string_view what
         m_Text.pop_front();
 }
 
+void Trace::start() {
+    m_Text.clear();
+    m_Lines = 0;
+    m_Checksum = kFnvStart;
+}
+
 std::string Trace::text() const {
     std::string all;
     for (const std::string& line : m_Text) {

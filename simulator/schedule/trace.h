@@ -20,6 +20,7 @@ class Trace {
 public:
     void add(Nanoseconds time, std::string_view thread, std::string_view what, std::string_view subject = {});
 
+    void start();
     // 0 keeps every line.
     void keep(std::size_t lines) { m_Kept = lines; }
     [[nodiscard]] std::string text() const;
@@ -30,7 +31,9 @@ private:
     std::deque<std::string> m_Text;
     std::size_t m_Kept = 400;
     std::uint64_t m_Lines = 0;
-    std::uint64_t m_Checksum = 14695981039346656037u; // FNV-1a
+    static constexpr std::uint64_t kFnvStart = 14695981039346656037u; // FNV-1a
+
+    std::uint64_t m_Checksum = kFnvStart;
 };
 
 } // namespace simulator

@@ -77,6 +77,15 @@ std::vector<Device*> SoundSystem::present(Direction direction) const {
     return devices;
 }
 
+std::vector<Device*> SoundSystem::all(Direction direction) const {
+    std::vector<Device*> devices;
+    for (const auto& device : m_Devices) {
+        if (device->direction() == direction)
+            devices.push_back(device.get());
+    }
+    return devices;
+}
+
 Device* SoundSystem::findPresent(Direction direction, const GUID& guid) {
     for (Device* device : present(direction)) {
         if (same(device->guid(), guid))

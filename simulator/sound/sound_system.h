@@ -86,6 +86,7 @@ public:
     HRESULT enumerate(Direction direction, LPDSENUMCALLBACKW callback, void* context);
     [[nodiscard]] std::optional<GUID> defaultVoice(Direction direction) const;
     [[nodiscard]] std::vector<Device*> present(Direction direction) const;
+    [[nodiscard]] std::vector<Device*> all(Direction direction) const;
     Device* findPresent(Direction direction, const GUID& guid);
 
     void keep(std::unique_ptr<FakeObject> object) { m_Objects.push_back(std::move(object)); }
