@@ -80,7 +80,7 @@ void Simulation::setPolicy(std::unique_ptr<Policy> policy) {
 // and exception state, a pool of thread records. So that the book shows the plug-in's own doings only, that happens
 // before it is opened, on as many threads at once as a scenario may have.
 void Simulation::warmUp() {
-    constexpr unsigned kThreads = 12;
+    constexpr unsigned kThreads = 8;
     Script script = std::move(m_World.script);
     m_World.script = Script();
     m_World.script.on("DirectSoundEnumerateW").fails();

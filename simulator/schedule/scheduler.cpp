@@ -259,6 +259,8 @@ std::vector<const ThreadState*> Scheduler::living(ThreadKind kind) const {
 std::string Scheduler::describeThreads() const {
     std::string text;
     for (const auto& thread : m_Threads) {
+        if (thread->is == ThreadState::Is::finished)
+            continue;
         text += "  " + thread->name;
         switch (thread->is) {
         case ThreadState::Is::ready:
@@ -269,7 +271,6 @@ std::string Scheduler::describeThreads() const {
             text += " since " + std::to_string(thread->waitingSince / kMillisecond) + " ms\n";
             break;
         case ThreadState::Is::finished:
-            text += ": has ended\n";
             break;
         }
     }
