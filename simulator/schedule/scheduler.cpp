@@ -1,10 +1,10 @@
 #include "scheduler.h"
 
+#include <process.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-
-#include <process.h>
 
 namespace simulator {
 namespace {
@@ -18,11 +18,17 @@ constexpr DWORD kRealLimitMilliseconds = 300'000;
 
 } // namespace
 
-Scheduler::Scheduler() { g_Scheduler = this; }
+Scheduler::Scheduler() {
+    g_Scheduler = this;
+}
 
-Scheduler::~Scheduler() { g_Scheduler = nullptr; }
+Scheduler::~Scheduler() {
+    g_Scheduler = nullptr;
+}
 
-ThreadState* Scheduler::current() { return t_Current; }
+ThreadState* Scheduler::current() {
+    return t_Current;
+}
 
 Scheduler::Ended Scheduler::run(std::function<void()> body) {
     ThreadState& first = spawn("client", ThreadKind::client, std::move(body));

@@ -19,7 +19,9 @@ struct Bench {
     [[nodiscard]] std::string finding() const { return findings.all().empty() ? "" : findings.all().back(); }
 };
 
-bool contains(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
+bool contains(const std::string& text, const char* part) {
+    return text.find(part) != std::string::npos;
+}
 
 } // namespace
 

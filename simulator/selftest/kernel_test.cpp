@@ -134,12 +134,12 @@ TEST(Kernel, Misuse_IsFound) {
     b.scheduler.run([&] {
         const HANDLE event = b.kernel.createEvent(true, false);
         b.kernel.close(event);
-        b.kernel.signal(event);   // closed
+        b.kernel.signal(event); // closed
         b.kernel.initialize(&b.section);
         b.kernel.leave(&b.section); // not owned
         b.kernel.enter(&b.section);
-        b.kernel.remove(&b.section);                      // owned
-        EXPECT_TRUE(b.kernel.owns(&b.section));           // deleted
+        b.kernel.remove(&b.section);                       // owned
+        EXPECT_TRUE(b.kernel.owns(&b.section));            // deleted
         EXPECT_EQ(b.wait(nullptr, INFINITE), WAIT_FAILED); // no finding: a missing event is a way to fail
     });
     EXPECT_EQ(b.findings.all().size(), 4u);

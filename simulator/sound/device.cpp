@@ -63,8 +63,8 @@ void Heard::add(std::span<const std::byte> piece) {
 }
 
 Device::Device(Direction direction, std::string label, const GUID& guid, std::function<Nanoseconds()> now)
-    : m_Direction(direction), m_Label(std::move(label)), m_Guid(guid), m_Name(std::wstring(m_Label.begin(), m_Label.end())),
-      m_Now(std::move(now)) {}
+    : m_Direction(direction), m_Label(std::move(label)), m_Guid(guid),
+      m_Name(std::wstring(m_Label.begin(), m_Label.end())), m_Now(std::move(now)) {}
 
 Device& Device::unplug() {
     m_Present = false;

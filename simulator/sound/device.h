@@ -7,15 +7,15 @@
 #include "device_clock.h"
 #include "numbered_audio.h"
 
+#include <windows.h>
+
+#include <mmsystem.h>
+
 #include <functional>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
-
-#include <windows.h>
-
-#include <mmsystem.h>
 // Between the two headers: ksmedia.h and dsound.h lean on mmsystem.h.
 #include <mmreg.h>
 
@@ -68,7 +68,9 @@ public:
     Device& absent() { return m_Present = false, *this; } // from the beginning
 
     // --- formats that differ from what was asked for ---
-    Device& primaryRefuses(HRESULT answer) { return primaryAnswer = [answer](const Format&) { return answer; }, *this; }
+    Device& primaryRefuses(HRESULT answer) {
+        return primaryAnswer = [answer](const Format&) { return answer; }, *this;
+    }
     Device& primaryAnswers(std::function<HRESULT(const Format&)> answer) {
         return primaryAnswer = std::move(answer), *this;
     }

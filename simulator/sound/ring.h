@@ -4,6 +4,8 @@
 // has moved its memory, and what is written outside the locked region is not heard either.
 #pragma once
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -11,8 +13,6 @@
 #include <optional>
 #include <span>
 #include <vector>
-
-#include <windows.h>
 
 namespace simulator {
 
@@ -73,7 +73,8 @@ private:
 // Frames in so much time, without overflow for years.
 inline std::int64_t framesIn(std::int64_t nanoseconds, std::uint32_t rate) {
     constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
-    return nanoseconds / kNanosecondsPerSecond * rate + nanoseconds % kNanosecondsPerSecond * rate / kNanosecondsPerSecond;
+    return nanoseconds / kNanosecondsPerSecond * rate +
+           nanoseconds % kNanosecondsPerSecond * rate / kNanosecondsPerSecond;
 }
 
 } // namespace simulator
