@@ -4,11 +4,18 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 using namespace simulator;
 
 namespace {
 
-constexpr std::uint64_t kSeeds = 25;
+// SIMULATOR_SEEDS in the environment widens the search.
+std::uint64_t seeds() {
+    constexpr std::uint64_t kUsual = 25;
+    const char* wanted = std::getenv("SIMULATOR_SEEDS");
+    return wanted ? std::strtoull(wanted, nullptr, 10) : kUsual;
+}
 
 // Two devices and the echo between them, the reference closed and opened under the running capture, the DSP lock
 // taken by another thread, a device that comes, and the end.
@@ -61,10 +68,10 @@ TEST(Schedules, SameSeed_SameTraceByteForByte) {
 }
 
 TEST(Schedules, BusySession_KeepsItsPromisesUnderRandomOrders) {
-    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
+    for (std::uint64_t seed = 1; seed <= seeds(); ++seed) {
         const Report report = busySession(seed);
         ASSERT_TRUE(report.problems.empty()) << report.text().substr(0, 4000);
         ASSERT_FALSE(::testing::Test::HasFailure()) << "seed " << seed;
     }
-    std::printf("%llu schedules tried\n", static_cast<unsigned long long>(kSeeds));
+    std::printf("%llu schedules tried\n", static_cast<unsigned long long>(seeds()));
 }
