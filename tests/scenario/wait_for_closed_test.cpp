@@ -28,7 +28,7 @@ SCENARIO(
         client.open(*device);
         client.start(*device);
     }
-    sim.advance(100);
+    sim.advance(1500); // the monitor has found nothing to close meanwhile, which must not count
     sim.on("Secondary.Stop").takes(100);
     sim.on("CaptureBuffer.Stop").takes(200);
     const double before = sim.now();
@@ -97,6 +97,7 @@ TEST(WaitForClosed, Event_IsNeverMissed) {
     const scenario::Play play = [](simulator::Simulation& sim, simulator::Client& client) {
         const simulator::Device& speaker = sim.playback("Speaker");
         client.initialize();
+        sim.advance(1500);
         for (int i = 0; i < 2; ++i) {
             EXPECT_EQ(client.open(speaker).result, 0);
             client.close(speaker);
