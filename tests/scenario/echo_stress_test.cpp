@@ -29,6 +29,14 @@ public:
             ++total.blocks;
             total.references += echo ? 1 : 0;
         };
+        // A capture that hesitates before it takes a lock gives the others time to take its reference's device away.
+        const std::vector<CallRecord> starts = m_Sim.calls("CaptureBuffer.Start");
+        m_Sim.on("EnterCriticalSection").does([this, starts] {
+            const std::string& thread = Scheduler::current()->name;
+            if ((thread == starts.at(0).thread || thread == starts.at(1).thread) && chance(4)) {
+                m_Sim.spend(5);
+            }
+        });
         for (unsigned round = 0; round < rounds; ++round) {
             if (round % kRoundsPerSchedule == 0) {
                 m_Sim.randomSchedule(m_Random());
