@@ -124,6 +124,22 @@ SCENARIO(CaptureOpen, InterfaceMissing_FailsAndReleasesFirstTheBuffer,
                      {"CaptureBuffer.Release", "DirectSoundCapture.Release"});
 }
 
+SCENARIO(CaptureOpen, InterfaceMissing_TheFirstBufferIsGoneBeforeTheLine,
+         "The first buffer interface is released whatever the version-8 query answers, before a failure is told.") {
+    Device& microphone = sim.capture("Microphone");
+    EXPECT_EQ(client.initialize(), 0);
+    sim.on("CaptureBuffer.QueryInterface").fails(kNoDriver);
+    std::vector<std::string> living{"no line came"};
+    client.onLog = [&](const LogLine& line) {
+        if (line.level == 1) {
+            living = sim.sound().living(microphone);
+        }
+    };
+    EXPECT_EQ(client.open(microphone).result, -208);
+    EXPECT_EQ(living, std::vector<std::string>{"DirectSoundCapture"});
+    client.finalize();
+}
+
 SCENARIO(CaptureOpen, FormatNotReadable_FailsAndReleasesAll,
          "A capture buffer whose format cannot be read answers -212; buffer and device are released.") {
     expectFailedOpen(sim, client, "CaptureBuffer.GetFormat", -212,
