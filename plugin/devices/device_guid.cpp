@@ -1,0 +1,27 @@
+#include "devices/device_guid.h"
+
+#include "diagnostics/text_conversion.h"
+
+#include <objbase.h>
+
+#include <array>
+
+namespace directsound {
+namespace {
+
+constexpr int kMaxUnits = 255;
+
+} // namespace
+
+DeviceGuid parseDeviceGuid(const std::string& deviceId) {
+    std::array<wchar_t, kMaxUnits + 1> text{};
+    const int converted = utf8ToUtf16(deviceId.c_str(), -1, text.data(), kMaxUnits);
+    if (converted < 0)
+        return {converted, S_OK, {}};
+
+    GUID guid{};
+    const HRESULT hr = CLSIDFromString(text.data(), &guid);
+    return {FAILED(hr) ? ORVO_DEVICE_GUID : ORVO_OK, hr, guid};
+}
+
+} // namespace directsound

@@ -1,0 +1,32 @@
+#include "diagnostics/format_wide.h"
+
+#include <cstdarg>
+#include <cwchar>
+
+namespace directsound {
+namespace {
+
+constexpr std::size_t kMaxCapacity = 2147483647;
+constexpr HRESULT kInvalidParameter = HRESULT_FROM_WIN32(ERROR_INVALID_PARAMETER);
+constexpr HRESULT kInsufficientBuffer = HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER);
+
+} // namespace
+
+HRESULT formatWide(wchar_t* buffer, std::size_t capacity, const wchar_t* format, ...) {
+    if (capacity == 0)
+        return kInvalidParameter;
+    buffer[0] = L'\0';
+    if (capacity - 1 >= kMaxCapacity)
+        return kInvalidParameter;
+
+    va_list values;
+    va_start(values, format);
+    // The system's own formatter: the standard one reads %s as narrow text on some runtimes.
+    const int written = _vsnwprintf(buffer, capacity - 1, format, values);
+    va_end(values);
+
+    buffer[capacity - 1] = L'\0';
+    return written < 0 ? kInsufficientBuffer : S_OK;
+}
+
+} // namespace directsound

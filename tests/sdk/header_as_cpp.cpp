@@ -1,0 +1,1 @@
+#include "orvosoundbackend.h" // must compile on its own as C++20
