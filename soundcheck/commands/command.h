@@ -1,0 +1,55 @@
+/**
+ * @file
+ * What a subcommand is. Each one is a class in a file of its own; commands/registry.cpp lists them.
+ */
+#pragma once
+
+#include "console/console.h"
+#include "console/interrupt.h"
+#include "console/log_printer.h"
+#include "exit_code.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace soundcheck {
+
+/** The options that stand before or behind every command. */
+struct CommonOptions {
+    std::string library; ///< empty: the plug-in beside the program
+    LogThreshold log = LogThreshold::warnings;
+};
+
+/** What a command runs with; outlives it. */
+struct RunContext {
+    Console& console;
+    const Interrupt& interrupt;
+    const CommonOptions& options;
+};
+
+class Command {
+public:
+    Command() = default;
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+    virtual ~Command() = default;
+
+    virtual std::string name() const = 0;
+    virtual std::string description() const = 0;
+    /** Adds the command's own options; what they write to belongs to the command. */
+    virtual void addOptions(CLI::App& app) = 0;
+    /** Runs with the parsed options. Any exception is told as one sentence and gives an exit code. */
+    virtual ExitCode run(const RunContext& context) = 0;
+};
+
+using CommandList = std::vector<std::unique_ptr<Command>>;
+
+/** All commands, in the order in which the help lists them. */
+CommandList makeCommands();
+
+} // namespace soundcheck

@@ -1,0 +1,63 @@
+#include "commands/device_run.h"
+
+#include "platform/text.h"
+
+#include <cmath>
+#include <limits>
+
+namespace soundcheck {
+namespace {
+
+constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
+
+std::string secondsText(std::uint64_t frames, std::uint32_t sampleRate) {
+    return fixedDecimals(static_cast<double>(frames) / sampleRate, 1);
+}
+
+} // namespace
+
+std::string formatText(const DeviceFormat& format) {
+    return std::to_string(format.sampleRate) + " Hz, " + std::to_string(format.channels) +
+           (format.channels == 1 ? " channel, " : " channels, ") + std::to_string(format.bitsPerSample) + " bits";
+}
+
+std::string timeText(std::uint64_t frames, std::uint64_t totalFrames, std::uint32_t sampleRate) {
+    std::string text = secondsText(frames, sampleRate);
+    text.insert(0, text.size() < 6 ? 6 - text.size() : 0, ' ');
+    if (totalFrames != kNoLimit)
+        text += " / " + secondsText(totalFrames, sampleRate);
+    return text + " s";
+}
+
+std::uint64_t framesIn(double seconds, std::uint32_t sampleRate) {
+    return seconds > 0 ? static_cast<std::uint64_t>(std::llround(seconds * sampleRate)) : kNoLimit;
+}
+
+std::uint64_t blocksIn(double seconds) {
+    return seconds > 0 ? static_cast<std::uint64_t>(std::ceil(seconds * kBlocksPerSecond)) : kNoLimit;
+}
+
+void requirePlayable(const DeviceFormat& format, const std::string& deviceName) {
+    if (format.bitsPerSample != 16 || format.channels == 0 || format.framesPerBlock() == 0)
+        throw Failure(ExitCode::checkFailed, deviceName + " runs at " + formatText(format) +
+                                                 ", which is not a format that a playback device may have.");
+}
+
+WavFormat wavFormatOf(const DeviceFormat& format) {
+    return {format.channels, format.bitsPerSample, format.sampleRate, format.channelMask};
+}
+
+void checkRecording(Checks& checks, const CaptureStream& stream) {
+    checks.expect(stream.failure().empty(), stream.failure());
+    checks.expect(stream.droppedBlocks() == 0,
+                  std::to_string(stream.droppedBlocks()) + " captured block(s) could not be written.");
+}
+
+void checkRun(Checks& checks, const LogPrinter& log, const Supervision& supervision, Ending ending) {
+    checks.expect(log.count(ORVO_LOG_ERROR) == 0,
+                  "The plug-in reported " + std::to_string(log.count(ORVO_LOG_ERROR)) + " error(s).");
+    checks.expect(supervision.stalls() == 0, "A device stood still.");
+    checks.expect(ending != Ending::gaveUp, "It did not go on; soundcheck gave up.");
+}
+
+} // namespace soundcheck

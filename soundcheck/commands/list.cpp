@@ -1,0 +1,42 @@
+#include "commands/list.h"
+
+#include "commands/session.h"
+#include "platform/text.h"
+
+namespace soundcheck {
+namespace {
+
+/** The plug-in may cut a name inside a character; on its way through UTF-16 the rest becomes a replacement. */
+std::string printable(const std::string& name) {
+    return toUtf8(toWide(name));
+}
+
+void printList(Console& console, std::string_view title, const std::vector<DeviceEntry>& devices) {
+    console.line(title);
+    for (const DeviceEntry& device : devices) {
+        const std::string number = std::to_string(device.number);
+        console.line(std::string(number.size() < 3 ? 3 - number.size() : 0, ' ') + number +
+                     (device.isDefault ? " * " : "   ") + device.id + "  " + printable(device.name));
+    }
+    if (devices.empty())
+        console.line("  none");
+}
+
+} // namespace
+
+std::string ListCommand::description() const {
+    return "List the devices; * marks the default voice device";
+}
+
+void ListCommand::addOptions(CLI::App&) {}
+
+ExitCode ListCommand::run(const RunContext& context) {
+    Session session(context);
+    const std::vector<DeviceEntry> playback = session.backend().devices(ORVO_PLAYBACK);
+    const std::vector<DeviceEntry> capture = session.backend().devices(ORVO_CAPTURE);
+    printList(context.console, "playback devices", playback);
+    printList(context.console, "capture devices", capture);
+    return playback.empty() && capture.empty() ? ExitCode::nothingChecked : ExitCode::done;
+}
+
+} // namespace soundcheck

@@ -1,0 +1,19 @@
+/**
+ * @file
+ * `soundcheck list`. Lists the playback and capture devices with the numbers that other commands take.
+ */
+#pragma once
+
+#include "commands/command.h"
+
+namespace soundcheck {
+
+class ListCommand final : public Command {
+public:
+    std::string name() const override { return "list"; }
+    std::string description() const override;
+    void addOptions(CLI::App& app) override;
+    ExitCode run(const RunContext& context) override;
+};
+
+} // namespace soundcheck

@@ -1,0 +1,74 @@
+#include "commands/play.h"
+
+#include "audio/wav_reader.h"
+#include "commands/device_run.h"
+#include "commands/report.h"
+#include "commands/session.h"
+#include "commands/supervision.h"
+#include "platform/text.h"
+
+#include <CLI/CLI.hpp>
+
+namespace soundcheck {
+namespace {
+
+/** The plug-in is asked up to 220 ms ahead of what is heard, the system adds its own: 500 ms of silence follow. */
+constexpr std::uint64_t kBlocksUntilHeard = kBlocksPerSecond / 2;
+
+} // namespace
+
+std::string PlayCommand::description() const {
+    return "Play a WAV file";
+}
+
+void PlayCommand::addOptions(CLI::App& app) {
+    app.add_option("file", m_file, "The WAV file: PCM of 8, 16, 24, 32 bits or 32-bit float")->required();
+    app.add_option("--device", m_device, kDeviceHelp);
+    app.add_option("--seconds", m_seconds, "Play no more than this")->check(CLI::Range(0.02, 1e6));
+}
+
+ExitCode PlayCommand::run(const RunContext& context) {
+    WavReader reader(toPath(m_file)); // before the plug-in is loaded: a wrong name is told at once
+    Session session(context);
+    const DeviceEntry entry = session.choose(ORVO_PLAYBACK, m_device);
+    const std::unique_ptr<Device> device = session.open(ORVO_PLAYBACK, entry);
+    const DeviceFormat& format = device->format();
+    requirePlayable(format, entry.name);
+    PlaybackStream& stream = session.attach(std::make_unique<PlaybackStream>(
+        ConvertedWav(std::move(reader), format.channels, format.sampleRate, framesIn(m_seconds, format.sampleRate)),
+        format));
+
+    context.console.line("playing " + m_file + " on " + entry.name + ", " + formatText(format));
+    session.start(*device);
+    Supervision supervision(context);
+    supervision.watch(stream.clock(), entry.name);
+    LevelDisplay level;
+    const Ending ending =
+        supervision.run([&] { return stream.drained(kBlocksUntilHeard); },
+                        [&] {
+                            level.update(stream.meter().takePeak(), LevelDisplay::Clock::now());
+                            return timeText(stream.framesDelivered(), stream.framesTotal(), format.sampleRate) + " " +
+                                   level.text(kMeterWidth);
+                        });
+    session.shutDown(*device);
+
+    context.console.line(Summary(name())
+                             .addQuoted("device", entry.name)
+                             .add("rate", std::uint64_t{format.sampleRate})
+                             .add("channels", std::uint64_t{format.channels})
+                             .add("blocks", stream.clock().blocks())
+                             .add("frames", stream.framesDelivered())
+                             .add("underruns", stream.underruns())
+                             .add("longest_gap_ms", stream.clock().longestGapMilliseconds(), 1)
+                             .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
+                             .addLogCounts(session.log())
+                             .addWord("ended", endingName(ending))
+                             .text());
+    Checks checks(context.console);
+    checks.expect(stream.failure().empty(), stream.failure());
+    checks.expect(stream.underruns() == 0, "The file was not read fast enough; there are gaps in what was played.");
+    checkRun(checks, session.log(), supervision, ending);
+    return checks.exitCode();
+}
+
+} // namespace soundcheck

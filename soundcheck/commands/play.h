@@ -1,0 +1,24 @@
+/**
+ * @file
+ * `soundcheck play`. Plays a WAV file on a device.
+ */
+#pragma once
+
+#include "commands/command.h"
+
+namespace soundcheck {
+
+class PlayCommand final : public Command {
+public:
+    std::string name() const override { return "play"; }
+    std::string description() const override;
+    void addOptions(CLI::App& app) override;
+    ExitCode run(const RunContext& context) override;
+
+private:
+    std::string m_file;
+    std::string m_device = "default";
+    double m_seconds = 0; ///< 0: the whole file
+};
+
+} // namespace soundcheck

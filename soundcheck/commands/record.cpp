@@ -1,0 +1,67 @@
+#include "commands/record.h"
+
+#include "audio/wav_writer.h"
+#include "commands/device_run.h"
+#include "commands/report.h"
+#include "commands/session.h"
+#include "commands/supervision.h"
+#include "platform/text.h"
+
+#include <CLI/CLI.hpp>
+
+namespace soundcheck {
+
+std::string RecordCommand::description() const {
+    return "Record a device to a WAV file";
+}
+
+void RecordCommand::addOptions(CLI::App& app) {
+    app.add_option("file", m_file, "The WAV file; it is replaced when it exists")->required();
+    app.add_option("--device", m_device, kDeviceHelp);
+    app.add_option("--seconds", m_seconds, "Record this long; without it until Ctrl-C")->check(CLI::Range(0.02, 1e6));
+}
+
+ExitCode RecordCommand::run(const RunContext& context) {
+    Session session(context);
+    const DeviceEntry entry = session.choose(ORVO_CAPTURE, m_device);
+    const std::unique_ptr<Device> device = session.open(ORVO_CAPTURE, entry);
+    const DeviceFormat& format = device->format();
+    CaptureStream& stream = session.attach(std::make_unique<CaptureStream>(
+        WavWriter(toPath(m_file), wavFormatOf(format)), format, std::nullopt, blocksIn(m_seconds)));
+
+    context.console.line("recording " + entry.name + " to " + m_file + ", " + formatText(format));
+    session.start(*device);
+    Supervision supervision(context);
+    supervision.watch(stream.clock(), entry.name);
+    LevelDisplay level;
+    const Ending ending = supervision.run(
+        [&] { return stream.complete() || stream.failed(); },
+        [&] {
+            level.update(stream.meter().takePeak(), LevelDisplay::Clock::now());
+            return timeText(stream.framesWritten(), framesIn(m_seconds, format.sampleRate), format.sampleRate) + " " +
+                   level.text(kMeterWidth);
+        });
+    session.shutDown(*device);
+    stream.finish();
+
+    context.console.line(Summary(name())
+                             .addQuoted("device", entry.name)
+                             .add("rate", std::uint64_t{format.sampleRate})
+                             .add("channels", std::uint64_t{format.channels})
+                             .add("bits", std::uint64_t{format.bitsPerSample})
+                             .add("blocks", stream.clock().blocks())
+                             .add("frames", stream.framesWritten())
+                             .add("dropped", stream.droppedBlocks())
+                             .add("rate_percent", stream.clock().ratePercent(kBlockMilliseconds), 2)
+                             .add("longest_gap_ms", stream.clock().longestGapMilliseconds(), 1)
+                             .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
+                             .addLogCounts(session.log())
+                             .addWord("ended", endingName(ending))
+                             .text());
+    Checks checks(context.console);
+    checkRecording(checks, stream);
+    checkRun(checks, session.log(), supervision, ending);
+    return checks.exitCode();
+}
+
+} // namespace soundcheck

@@ -1,0 +1,20 @@
+#include "commands/command.h"
+#include "commands/info.h"
+#include "commands/list.h"
+#include "commands/play.h"
+#include "commands/record.h"
+#include "commands/talk.h"
+
+namespace soundcheck {
+
+CommandList makeCommands() {
+    CommandList commands;
+    commands.push_back(std::make_unique<InfoCommand>());
+    commands.push_back(std::make_unique<ListCommand>());
+    commands.push_back(std::make_unique<PlayCommand>());
+    commands.push_back(std::make_unique<RecordCommand>());
+    commands.push_back(std::make_unique<TalkCommand>());
+    return commands;
+}
+
+} // namespace soundcheck

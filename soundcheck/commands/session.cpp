@@ -1,0 +1,78 @@
+#include "commands/session.h"
+
+#include "client/device_selection.h"
+#include "console/call_watch.h"
+#include "platform/text.h"
+
+#include <utility>
+
+namespace soundcheck {
+
+Library loadLibrary(const CommonOptions& options) {
+    return options.library.empty() ? Library() : Library(toPath(options.library));
+}
+
+Session::Session(const RunContext& context)
+    : m_console(context.console), m_log(context.console, context.options.log),
+      m_library(loadLibrary(context.options)) {
+    const CallWatch watch(m_console, "Initializing the plug-in");
+    m_backend.emplace(m_library, *this);
+}
+
+Session::~Session() {
+    const CallWatch watch(m_console, "Shutting the plug-in down");
+    m_backend.reset();
+}
+
+DeviceEntry Session::choose(DeviceDirection direction, const std::string& wanted) const {
+    const std::vector<DeviceEntry> devices = m_backend->devices(direction);
+    if (devices.empty())
+        throw Failure(ExitCode::nothingChecked, std::string("There is no ") +
+                                                    (direction == ORVO_PLAYBACK ? "playback" : "capture") +
+                                                    " device.");
+    return selectDevice(devices, wanted);
+}
+
+std::unique_ptr<Device> Session::open(DeviceDirection direction, const DeviceEntry& entry) {
+    const CallWatch watch(m_console, "Opening " + entry.name);
+    return std::make_unique<Device>(*m_backend, direction, entry.id);
+}
+
+void Session::start(Device& device) {
+    const CallWatch watch(m_console, "Starting the device");
+    device.start();
+}
+
+void Session::shutDown(Device& device) {
+    const CallWatch watch(m_console, "Closing the device");
+    device.stop();
+    device.close();
+    m_backend->waitForClosedDevices();
+}
+
+PlaybackStream& Session::attach(std::unique_ptr<PlaybackStream> stream) {
+    const DspLockGuard quiet(*m_backend);
+    m_playback = std::move(stream);
+    return *m_playback;
+}
+
+CaptureStream& Session::attach(std::unique_ptr<CaptureStream> stream) {
+    const DspLockGuard quiet(*m_backend);
+    m_capture = std::move(stream);
+    return *m_capture;
+}
+
+std::int32_t Session::fillPlayback(std::string_view, const AudioBlock& block) {
+    return m_playback ? m_playback->fill(block) : 0;
+}
+
+void Session::takeCapture(std::string_view, const AudioBlock& captured, const AudioBlock* reference) {
+    if (m_capture)
+        m_capture->take(captured, reference);
+}
+
+void Session::logMessage(std::string_view deviceId, std::string_view message, std::int32_t level) {
+    m_log.add(deviceId, message, level);
+}
+
+} // namespace soundcheck

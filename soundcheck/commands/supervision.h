@@ -1,0 +1,50 @@
+/**
+ * @file
+ * Waiting while devices run: looks for the end, for Ctrl-C and for devices that stand still, and draws the
+ * progress line. Main thread.
+ */
+#pragma once
+
+#include "commands/command.h"
+#include "streams/block_clock.h"
+#include "streams/stall_watch.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace soundcheck {
+
+enum class Ending { complete, interrupted, gaveUp };
+
+std::string_view endingName(Ending ending);
+
+class Supervision {
+public:
+    explicit Supervision(const RunContext& context) : m_context(context) {}
+
+    /** Watches a running device; `clock` outlives this object. */
+    void watch(const BlockClock& clock, std::string deviceName);
+
+    /**
+     * @param done asked about twenty times a second
+     * @param progress the text of the progress line; only asked on a terminal
+     */
+    Ending run(const std::function<bool()>& done, const std::function<std::string()>& progress);
+
+    /** How often a device stood still. */
+    int stalls() const;
+
+private:
+    struct Watched {
+        const BlockClock* clock;
+        std::string name;
+        StallWatch stall;
+    };
+
+    const RunContext& m_context;
+    std::vector<Watched> m_watched;
+};
+
+} // namespace soundcheck

@@ -1,0 +1,133 @@
+#include "commands/talk.h"
+
+#include "audio/wav_reader.h"
+#include "commands/device_run.h"
+#include "commands/report.h"
+#include "commands/session.h"
+#include "commands/supervision.h"
+#include "platform/text.h"
+
+#include <CLI/CLI.hpp>
+#include <bit>
+
+namespace soundcheck {
+namespace {
+
+/** Half a second until the last word is heard, and one more for its echo. */
+constexpr std::uint64_t kBlocksBehindSpeech = kBlocksPerSecond * 3 / 2;
+
+/** The channels of the reference: as many as the mask has bits; the system's markers fit into the rule. */
+std::uint32_t channelsOf(const EchoFormat& echo) {
+    return static_cast<std::uint32_t>(std::popcount(echo.channelMask));
+}
+
+EchoOutput makeEchoOutput(const std::string& file, const EchoFormat& echo) {
+    const WavFormat format{channelsOf(echo), 16, echo.sampleRate, echo.channelMask};
+    return {WavWriter(toPath(file), format), format.bytesPerFrame(), echo.sampleRate / kBlocksPerSecond};
+}
+
+/** The association must promise what the playback device will really send. */
+void checkEchoFormat(Checks& checks, const EchoFormat& echo, const DeviceFormat& playback) {
+    if (channelsOf(echo) == 0)
+        throw Failure(ExitCode::checkFailed, "The speakers of the playback device are not known to the system, so no "
+                                             "echo reference can come.");
+    checks.expect(echo.bitsPerSample == 16, "The echo reference is announced with " +
+                                                std::to_string(echo.bitsPerSample) + " bits, not with 16.");
+    checks.expect(echo.sampleRate == playback.sampleRate,
+                  "The echo reference is announced with " + std::to_string(echo.sampleRate) +
+                      " Hz, but the playback device runs at " + std::to_string(playback.sampleRate) + " Hz.");
+    checks.expect(channelsOf(echo) == playback.channels,
+                  "The echo reference is announced with " + std::to_string(channelsOf(echo)) +
+                      " channels, but the playback device runs with " + std::to_string(playback.channels) + ".");
+    checks.expect(echo.associationCounter == 1, "The first association has the number " +
+                                                    std::to_string(echo.associationCounter) + " instead of 1.");
+    if (echo.sampleRate < kBlocksPerSecond)
+        throw Failure(ExitCode::checkFailed, "No echo file can be written with this rate.");
+}
+
+} // namespace
+
+std::string TalkCommand::description() const {
+    return "Play speech, capture, and check the echo reference";
+}
+
+void TalkCommand::addOptions(CLI::App& app) {
+    app.add_option("speech", m_speech, "The WAV file to play")->required();
+    app.add_option("--echo-to", m_echoFile, "WAV file for the echo reference")->required();
+    app.add_option("--record-to", m_microphoneFile, "WAV file for what was captured")->required();
+    app.add_option("--device-playback", m_playback, kDeviceHelp);
+    app.add_option("--device-capture", m_capture, kDeviceHelp);
+    app.add_option("--seconds", m_seconds, "Play no more than this")->check(CLI::Range(0.02, 1e6));
+}
+
+ExitCode TalkCommand::run(const RunContext& context) {
+    WavReader reader(toPath(m_speech));
+    Session session(context);
+    Checks checks(context.console);
+    const DeviceEntry speaker = session.choose(ORVO_PLAYBACK, m_playback);
+    const DeviceEntry microphone = session.choose(ORVO_CAPTURE, m_capture);
+
+    const std::unique_ptr<Device> playback = session.open(ORVO_PLAYBACK, speaker);
+    const std::unique_ptr<Device> capture = session.open(ORVO_CAPTURE, microphone);
+    const DeviceFormat& out = playback->format();
+    const DeviceFormat& in = capture->format();
+    requirePlayable(out, speaker.name);
+    const EchoFormat echo = capture->associateEcho(speaker.id);
+    checkEchoFormat(checks, echo, out);
+
+    WavWriter microphoneFile(toPath(m_microphoneFile), wavFormatOf(in));
+    CaptureStream& captured = session.attach(
+        std::make_unique<CaptureStream>(std::move(microphoneFile), in, makeEchoOutput(m_echoFile, echo)));
+    PlaybackStream& played = session.attach(std::make_unique<PlaybackStream>(
+        ConvertedWav(std::move(reader), out.channels, out.sampleRate, framesIn(m_seconds, out.sampleRate)), out));
+
+    context.console.line("playing " + m_speech + " on " + speaker.name + ", " + formatText(out));
+    context.console.line("capturing " + microphone.name + ", " + formatText(in));
+    session.start(*playback);
+    session.start(*capture);
+    Supervision supervision(context);
+    supervision.watch(played.clock(), speaker.name);
+    supervision.watch(captured.clock(), microphone.name);
+    LevelDisplay level;
+    const Ending ending =
+        supervision.run([&] { return played.drained(kBlocksBehindSpeech) || captured.failed(); },
+                        [&] {
+                            level.update(captured.meter().takePeak(), LevelDisplay::Clock::now());
+                            return timeText(played.framesDelivered(), played.framesTotal(), out.sampleRate) +
+                                   " captured " + level.text(kMeterWidth);
+                        });
+    session.shutDown(*capture);
+    session.shutDown(*playback);
+    captured.finish();
+
+    const std::uint64_t withReference = captured.blocksWithReference();
+    context.console.line(Summary(name())
+                             .addQuoted("playback", speaker.name)
+                             .addQuoted("capture", microphone.name)
+                             .add("echo_mask", std::uint64_t{echo.channelMask})
+                             .add("echo_bits", std::uint64_t{echo.bitsPerSample})
+                             .add("echo_rate", std::uint64_t{echo.sampleRate})
+                             .add("played_blocks", played.clock().blocks())
+                             .add("played_frames", played.framesDelivered())
+                             .add("underruns", played.underruns())
+                             .add("blocks", captured.clock().blocks())
+                             .add("with_reference", withReference)
+                             .add("without_reference", captured.clock().blocks() - withReference)
+                             .add("frames", captured.framesWritten())
+                             .add("dropped", captured.droppedBlocks())
+                             .add("rate_percent", captured.clock().ratePercent(kBlockMilliseconds), 2)
+                             .add("longest_gap_ms", captured.clock().longestGapMilliseconds(), 1)
+                             .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
+                             .addLogCounts(session.log())
+                             .addWord("ended", endingName(ending))
+                             .text());
+    checks.expect(played.failure().empty(), played.failure());
+    checks.expect(played.underruns() == 0, "The speech was not read fast enough; there are gaps in what was played.");
+    checks.expect(withReference > 0 || ending == Ending::interrupted, "No echo reference came at all.");
+    checks.expect(captured.oddReferences() == 0, "Some blocks of the echo reference were not 20 ms long.");
+    checkRecording(checks, captured);
+    checkRun(checks, session.log(), supervision, ending);
+    return checks.exitCode();
+}
+
+} // namespace soundcheck

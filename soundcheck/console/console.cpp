@@ -1,0 +1,87 @@
+#include "console/console.h"
+
+#include <fcntl.h>
+#include <io.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+namespace soundcheck {
+namespace {
+
+constexpr std::size_t kUsualWidth = 80;
+
+void write(std::FILE* stream, std::string_view text) { // a closed pipe is the reader's decision, not a failure
+    std::fwrite(text.data(), 1, text.size(), stream);
+    std::fflush(stream);
+}
+
+bool environmentAsksForNoColour() {
+    // Any value counts, also an empty one on systems that keep it.
+    return GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) != 0;
+}
+
+} // namespace
+
+Console::Console() {
+    const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+    m_terminal = GetConsoleMode(output, &m_outputMode) != 0;
+    m_codePage = GetConsoleOutputCP();
+    if (m_codePage != 0)
+        SetConsoleOutputCP(CP_UTF8);
+    if (m_terminal)
+        m_colours = !environmentAsksForNoColour() &&
+                    SetConsoleMode(output, m_outputMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+    else // a program reads it: line ends of one character, everywhere the same
+        _setmode(_fileno(stdout), _O_BINARY);
+}
+
+Console::~Console() {
+    leaveProgress();
+    if (m_terminal)
+        SetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), m_outputMode);
+    if (m_codePage != 0)
+        SetConsoleOutputCP(m_codePage);
+}
+
+void Console::line(std::string_view text) {
+    const std::lock_guard lock(m_mutex);
+    leaveProgress();
+    write(stdout, std::string(text) + "\n");
+}
+
+void Console::errorLine(std::string_view text) {
+    const std::lock_guard lock(m_mutex);
+    leaveProgress();
+    write(stderr, std::string(text) + "\n");
+}
+
+void Console::progress(std::string_view text) {
+    const std::lock_guard lock(m_mutex);
+    if (!m_terminal)
+        return;
+    std::string shown(text.substr(0, width() - 1));
+    const std::size_t length = shown.size();
+    if (length < m_progressLength) // wipe the rest of the longer text before
+        shown.append(m_progressLength - length, ' ');
+    m_progressLength = length;
+    if (m_colours && text.find(" CLIP") != std::string_view::npos)
+        shown = "\x1b[31m" + shown + "\x1b[0m";
+    write(stdout, "\r" + shown);
+}
+
+std::size_t Console::width() const {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info))
+        return kUsualWidth;
+    return static_cast<std::size_t>(std::max(20, info.srWindow.Right - info.srWindow.Left + 1));
+}
+
+void Console::leaveProgress() {
+    if (m_progressLength != 0)
+        write(stdout, "\n");
+    m_progressLength = 0;
+}
+
+} // namespace soundcheck

@@ -1,0 +1,47 @@
+/**
+ * @file
+ * The program's two text streams in UTF-8: results on standard output, sentences about failures on standard error.
+ *
+ * Thread: any; lines of several threads do not mix. Ownership: sets the console's code page and mode, restores
+ * both when it goes. Failure: a closed stream is not an error.
+ */
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <mutex>
+#include <string_view>
+
+namespace soundcheck {
+
+class Console {
+public:
+    Console();
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+    ~Console();
+
+    /** One line of result. */
+    void line(std::string_view text);
+    /** One line on standard error. */
+    void errorLine(std::string_view text);
+    /** Shows `text` in the line that is rewritten in place; nothing when the output is no terminal. */
+    void progress(std::string_view text);
+
+    bool isTerminal() const { return m_terminal; }
+    /** Characters that fit into one line of the terminal. */
+    std::size_t width() const;
+
+private:
+    void leaveProgress();
+
+    std::mutex m_mutex;
+    bool m_terminal = false;
+    bool m_colours = false;
+    UINT m_codePage = 0;    ///< to be restored; 0: there is no console
+    DWORD m_outputMode = 0; ///< to be restored
+    std::size_t m_progressLength = 0;
+};
+
+} // namespace soundcheck

@@ -1,0 +1,34 @@
+/**
+ * @file
+ * How soundcheck ends: its exit codes, and the exception that carries one together with its sentence.
+ */
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace soundcheck {
+
+enum class ExitCode : int {
+    done = 0,           ///< everything went well
+    checkFailed = 1,    ///< it ran, but something that was checked is wrong
+    usage = 2,          ///< the command line names something that cannot be used
+    backendFailed = 3,  ///< the plug-in, or its loading, failed
+    nothingChecked = 77 ///< there is no device, so nothing was checked
+};
+
+constexpr int toInt(ExitCode code) {
+    return static_cast<int>(code);
+}
+
+/** Ends the command with this code; `what()` is the sentence for standard error. */
+class Failure : public std::runtime_error {
+public:
+    Failure(ExitCode code, const std::string& sentence) : std::runtime_error(sentence), m_code(code) {}
+    ExitCode code() const { return m_code; }
+
+private:
+    ExitCode m_code;
+};
+
+} // namespace soundcheck
