@@ -6,6 +6,8 @@ target_compile_definitions(project_options INTERFACE
     WINVER=0x0600 _WIN32_WINNT=0x0600)   # 0x0600: the oldest system on which everything that we import exists
 
 if(MSVC)
+    # The bounded functions it would rather see do not exist elsewhere.
+    target_compile_definitions(project_options INTERFACE _CRT_SECURE_NO_WARNINGS)
     target_compile_options(project_options INTERFACE /W4 /WX /permissive- /utf-8 /Zc:__cplusplus /EHsc)
 else()
     target_compile_options(project_options INTERFACE

@@ -30,6 +30,9 @@ DirectSoundBackend::DirectSoundBackend(const BackendCallbacks& callbacks)
 }
 
 DirectSoundBackend::~DirectSoundBackend() {
+    // Ended while it can still be reached: callbacks that are under way may call back in.
+    if (m_Monitor)
+        m_Monitor->end();
     m_Monitor.reset();
     for (DeviceRegistry& devices : m_Registries)
         devices.destroyAll();

@@ -21,7 +21,7 @@ struct DirectSoundBackend final : private directsound::PlayedBlockSource {
 public:
     explicit DirectSoundBackend(const BackendCallbacks& callbacks);
     /// Ends the monitor and what is left to close, then destroys the devices still open, without ending their workers.
-    ~DirectSoundBackend();
+    ~DirectSoundBackend() override;
     DirectSoundBackend(const DirectSoundBackend&) = delete;
     DirectSoundBackend& operator=(const DirectSoundBackend&) = delete;
 

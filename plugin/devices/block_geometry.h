@@ -24,7 +24,7 @@ struct BlockGeometry {
 
     [[nodiscard]] constexpr std::uint32_t bytesPerBuffer() const { return bytesPerBlock * BLOCKS_PER_BUFFER; }
     /// False for a format that no audio can move in: the positions below would divide by zero.
-    [[nodiscard]] constexpr bool valid() const { return bytesPerBlock != 0; }
+    [[nodiscard]] constexpr bool valid() const { return bytesPerBlock != 0 && bytesPerSecond != 0; }
 };
 
 [[nodiscard]] constexpr BlockGeometry blockGeometry(std::uint32_t samplesPerSecond, std::uint32_t blockAlign) {

@@ -47,9 +47,9 @@ private:
     ComPtr<IDirectSoundCaptureBuffer8> m_CaptureBuffer;
 
     // The echo reference, guarded by m_EchoLock.
-    std::string m_EchoDeviceId; ///< Empty when there is none.
-    std::uint32_t m_EchoChannelMask = 0;
-    std::uint32_t m_EchoChannels = 0; ///< Set bits of the mask: the channels that a reference block must have.
+    std::string m_EchoDeviceId;          ///< Empty when there is none.
+    std::uint32_t m_EchoChannelMask = 0; ///< What the client was told; nothing needs it later.
+    std::uint32_t m_EchoChannels = 0;    ///< Set bits of the mask: the channels that a reference block must have.
     std::uint32_t m_EchoGeneration = 0;
 
     DSCBCAPS m_BufferCaps{}; ///< Read by open; nothing needs it later.

@@ -37,7 +37,7 @@ BackendResult CaptureDeviceContext::processData() {
         }
 
         // A copy, so that the device's buffer is not locked while the client works.
-        const auto copy = std::make_unique_for_overwrite<std::byte[]>(geometry.bytesPerBlock);
+        const auto copy = std::make_unique<std::byte[]>(geometry.bytesPerBlock);
         hr = copyBlock(m_BlockIndex, geometry, copy.get());
         if (FAILED(hr))
             return report(ORVO_LOCK, hr);

@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::uint32_t kMonoChannels = 1;
 constexpr std::uint32_t kStereoChannels = 2;
-constexpr std::uint32_t kStereoMask = 3;
 
 unsigned __stdcall workerThread(void* context) {
     // An inner function does the work, since _endthreadex skips the destructors of this one.
@@ -24,20 +23,18 @@ unsigned __stdcall workerThread(void* context) {
 } // namespace
 
 bool DeviceContext::startWorker() noexcept {
+    if (!m_CommandEvent || !m_ReplyEvent)
+        return false; // nobody could tell the worker what to do
     m_Thread = UniqueHandle(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, workerThread, this, 0, nullptr)));
     return static_cast<bool>(m_Thread);
 }
 
 BackendResult DeviceContext::commandOpen(std::optional<DeviceFormat>& format) noexcept {
-    const BackendResult result = command(DeviceState::New, DeviceState::Open);
-    const std::lock_guard guard(m_Lock);
-    if (m_State == DeviceState::Open)
-        format = describeFormat();
-    return result;
+    return command(DeviceState::New, DeviceState::Open, &format);
 }
 
 BackendResult DeviceContext::commandStart() noexcept {
-    return command(DeviceState::Open, DeviceState::Running);
+    return command(DeviceState::Open, DeviceState::Running, nullptr);
 }
 
 void DeviceContext::commandStop() noexcept {
@@ -56,7 +53,8 @@ void DeviceContext::terminateAndJoin() noexcept {
     WaitForSingleObject(m_Thread.get(), INFINITE);
 }
 
-BackendResult DeviceContext::command(DeviceState expected, DeviceState success) noexcept {
+BackendResult DeviceContext::command(DeviceState expected, DeviceState success,
+                                     std::optional<DeviceFormat>* format) noexcept {
     {
         const std::lock_guard guard(m_Lock);
         if (m_State != expected)
@@ -66,7 +64,11 @@ BackendResult DeviceContext::command(DeviceState expected, DeviceState success) 
     m_ReplyEvent.wait();
     const std::lock_guard guard(m_Lock);
     m_ReplyEvent.reset();
-    return m_State == success ? ORVO_OK : m_LastResult;
+    if (m_State != success)
+        return m_LastResult;
+    if (format != nullptr)
+        *format = describeFormat();
+    return ORVO_OK;
 }
 
 DeviceFormat DeviceContext::describeFormat() const noexcept {
@@ -77,7 +79,7 @@ DeviceFormat DeviceContext::describeFormat() const noexcept {
     else if (plain.nChannels == kMonoChannels)
         described.channelMask = MASK_MONO; // kept: the marker, not the front-centre position; clients rely on it
     else if (plain.nChannels == kStereoChannels)
-        described.channelMask = kStereoMask;
+        described.channelMask = kFrontLeftRight;
     return described;
 }
 

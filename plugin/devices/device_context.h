@@ -53,7 +53,7 @@ public:
 
     // The client's side (device_commands.cpp).
 
-    /// Starts the worker thread. False when there is none to be had.
+    /// Starts the worker thread. False when there is none to be had, or no events to command it with.
     [[nodiscard]] bool startWorker() noexcept;
     /// Has the worker open the device, and waits. `format` is filled in when the device is open.
     [[nodiscard]] BackendResult commandOpen(std::optional<DeviceFormat>& format) noexcept;
@@ -108,8 +108,9 @@ private:
     /// Runs an operation, with m_Lock held, and records what became of it.
     bool carryOut(BackendResult (DeviceContext::*operation)(), DeviceState success) noexcept;
 
-    /// Posts a command to a context in state `expected`, waits, and takes the answer. With m_Lock held on return.
-    [[nodiscard]] BackendResult command(DeviceState expected, DeviceState success) noexcept;
+    /// Posts a command to a context in state `expected`, waits, and takes the answer. A format is described on success.
+    [[nodiscard]] BackendResult command(DeviceState expected, DeviceState success,
+                                        std::optional<DeviceFormat>* format) noexcept;
     [[nodiscard]] DeviceFormat describeFormat() const noexcept;
 
     CriticalSection m_Lock; ///< Guards m_State, m_LastResult and the hand-over of the events.

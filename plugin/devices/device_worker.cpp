@@ -1,7 +1,7 @@
 // The worker's side of a device: one thread that opens it, starts it, runs its data loop and stops it, once each.
 
 #include "devices/device_context.h"
-#include "diagnostics/hresult_text.h"
+#include "diagnostics/error_report.h"
 #include "platform/com_apartment.h"
 
 #include <mutex>
@@ -13,7 +13,7 @@ void DeviceContext::runWorker() noexcept {
     const ComApartment apartment;
     if (!apartment.entered()) {
         // Kept: no command is ever answered then, and the client's open waits without end.
-        writeErrorLine(hresultText(apartment.result()));
+        reportComFailure(apartment.result());
         return;
     }
     runCommands();

@@ -24,7 +24,9 @@ bool DspLock::lockUnlessCommanded(const Event& command) {
             WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), FALSE, INFINITE);
         if (woken == WAIT_OBJECT_0)
             return false;
-        // The idle event, or a failed wait: try again.
+        // A wait that fails, for want of an event, must not hide the command.
+        if (woken == WAIT_FAILED && command.wokenWithin(0))
+            return false;
     }
     countEntry();
     return true;

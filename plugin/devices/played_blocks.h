@@ -44,7 +44,7 @@ public:
 
 protected:
     PlayedBlockSource() = default;
-    ~PlayedBlockSource() = default;
+    virtual ~PlayedBlockSource() = default;
     PlayedBlockSource(const PlayedBlockSource&) = default;
     PlayedBlockSource& operator=(const PlayedBlockSource&) = default;
 };

@@ -25,8 +25,7 @@ void silenceMissing(const AudioBlock& request, std::int32_t delivered, const WAV
     if (missing <= 0)
         return;
     const std::int32_t channels = format.nChannels;
-    auto* const bytes = reinterpret_cast<std::byte*>(request.samples);
-    std::memset(bytes + delivered * channels * 2, 0,
+    std::memset(request.samples + std::ptrdiff_t{delivered} * channels, 0,
                 static_cast<std::size_t>(channels * format.wBitsPerSample * missing / 8));
 }
 

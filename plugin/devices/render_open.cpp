@@ -9,16 +9,20 @@ namespace {
 
 constexpr std::uint32_t kUsualLatencyBlocks = 5;
 constexpr std::uint32_t kBitsPerSample = 16;
-constexpr std::uint32_t kMonoMask = 4;
-constexpr std::uint32_t kStereoMask = 3;
 
 static_assert(sizeof(DSCAPS) == 96 && sizeof(DSBUFFERDESC) == 40 && sizeof(DSBCAPS) == 20);
 
 /// The channel mask for the channel count that the device insists on.
 std::uint32_t maskForChannels(std::uint32_t channels, std::uint32_t mask) {
     if (channels == 1)
-        return kMonoMask;
-    return channels == 2 ? kStereoMask : mask;
+        return kFrontCenter;
+    return channels == 2 ? kFrontLeftRight : mask;
+}
+
+/// Whether the buffer took the 16-bit samples that it was made for; clients write nothing else.
+bool usable(const WAVEFORMATEX& format) {
+    return blockGeometry(format).valid() && format.wBitsPerSample == kBitsPerSample &&
+           format.nBlockAlign == format.nChannels * kBitsPerSample / 8;
 }
 
 } // namespace
@@ -116,7 +120,7 @@ BackendResult RenderDeviceContext::createBuffer(WAVEFORMATEXTENSIBLE& format) {
 
 BackendResult RenderDeviceContext::readBuffer() {
     HRESULT hr = m_Buffer->GetFormat(allocateFormat(), kFormatCapacity, nullptr);
-    if (SUCCEEDED(hr) && !blockGeometry(format()).valid())
+    if (SUCCEEDED(hr) && !usable(format()))
         hr = DSERR_BADFORMAT;
     if (FAILED(hr))
         return report(ORVO_GET_FORMAT_4, hr);

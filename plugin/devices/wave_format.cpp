@@ -7,9 +7,6 @@
 namespace directsound {
 namespace {
 
-constexpr std::uint32_t kFrontLeftRight = 0x3;
-constexpr std::uint32_t kFrontCenter = 0x4;
-
 constexpr GUID kSubtypePcm{0x00000001, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71}};
 
 constexpr WORD kExtraBytes = sizeof(WAVEFORMATEXTENSIBLE) - sizeof(WAVEFORMATEX);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "orvosoundbackend.h"
+
 #include <windows.h>
 
 #include <mmreg.h>
@@ -14,9 +16,13 @@ inline constexpr std::array<std::uint32_t, 4> kSampleRates{11025, 22050, 44100, 
 inline constexpr std::uint32_t kRate44k = kSampleRates[2];
 inline constexpr std::uint32_t kRate48k = kSampleRates.back();
 
+// Speaker positions.
+inline constexpr std::uint32_t kFrontLeftRight = 0x3;
+inline constexpr std::uint32_t kFrontCenter = 0x4;
+
 // Markers for speaker configurations. They are no speaker positions; a wave format gets the positions instead.
-inline constexpr std::uint32_t MASK_HEADPHONES = 0x30000000;
-inline constexpr std::uint32_t MASK_MONO = 0x40000000;
+inline constexpr std::uint32_t MASK_HEADPHONES = ORVO_MASK_HEADPHONES;
+inline constexpr std::uint32_t MASK_MONO = ORVO_MASK_MONO;
 
 /// Channel mask of a DirectSound speaker configuration; 0 for direct out and unknown ones.
 [[nodiscard]] std::uint32_t speakerConfigToChannelMask(std::uint32_t speakerConfig);

@@ -30,4 +30,12 @@ void logErrorReport(const BackendCallbacks& callbacks, const std::string& device
     }
 }
 
+void reportComFailure(HRESULT hr) noexcept {
+    try {
+        writeErrorLine(hresultText(hr));
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+        // No memory for the line.
+    }
+}
+
 } // namespace directsound

@@ -21,4 +21,7 @@ namespace directsound {
 void logErrorReport(const BackendCallbacks& callbacks, const std::string& deviceId, BackendResult code,
                     HRESULT hr) noexcept;
 
+/// Tells on standard error that COM could not be initialized on the calling thread.
+void reportComFailure(HRESULT hr) noexcept;
+
 } // namespace directsound

@@ -19,7 +19,7 @@ HRESULT formatWide(wchar_t* buffer, std::size_t capacity, const wchar_t* format,
     if (capacity - 1 >= kMaxCapacity)
         return kInvalidParameter;
 
-    va_list values;
+    va_list values; // NOLINT(cppcoreguidelines-init-variables): va_start does it
     va_start(values, format);
     // The system's own formatter: the standard one reads %s as narrow text on some runtimes.
     const int written = _vsnwprintf(buffer, capacity - 1, format, values);

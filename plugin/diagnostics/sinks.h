@@ -7,7 +7,11 @@
 
 namespace directsound {
 
-enum class LogLevel : std::int32_t { Error = 1, Warning = 2, Information = 3 };
+enum class LogLevel : std::int32_t {
+    Error = ORVO_LOG_ERROR,
+    Warning = ORVO_LOG_WARNING,
+    Information = ORVO_LOG_INFORMATION,
+};
 
 // A sink never fails visibly: what cannot be written is dropped. Any thread; no lock is taken.
 

@@ -4,6 +4,7 @@
 
 #include <mmsystem.h>
 
+#include <algorithm>
 #include <cwchar>
 #include <utility>
 
@@ -70,7 +71,7 @@ bool DefaultWatch::preferredDevicesChanged() {
     const auto compareName = [&changed](ProductName& stored, const wchar_t* now) {
         if (!changed && std::wcsncmp(stored.data(), now, stored.size()) == 0)
             return;
-        std::wcsncpy(stored.data(), now, stored.size());
+        std::copy_n(now, stored.size(), stored.begin());
         changed = true;
     };
     WAVEOUTCAPSW outputCaps{};

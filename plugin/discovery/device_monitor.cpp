@@ -1,6 +1,6 @@
 #include "discovery/device_monitor.h"
 
-#include "diagnostics/hresult_text.h"
+#include "diagnostics/error_report.h"
 #include "diagnostics/message.h"
 #include "diagnostics/sinks.h"
 #include "platform/com_apartment.h"
@@ -34,7 +34,7 @@ DeviceMonitor::DeviceMonitor(const BackendCallbacks& callbacks) : m_Callbacks(ca
     m_Thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, threadProcedure, this, 0, nullptr));
 }
 
-DeviceMonitor::~DeviceMonitor() {
+void DeviceMonitor::end() noexcept {
     {
         const std::lock_guard guard(m_Lock);
         m_StopRequested = true;
@@ -91,7 +91,7 @@ void DeviceMonitor::runThread() {
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_NORMAL);
     ComApartment apartment;
     if (!apartment.entered()) {
-        writeErrorLine(hresultText(apartment.result()));
+        reportComFailure(apartment.result());
         return;
     }
     watch(apartment);
@@ -130,7 +130,7 @@ void DeviceMonitor::rescanWhenDue(LARGE_INTEGER& lastRescan, const LARGE_INTEGER
     try {
         rescan(Scan::Repeated);
     } catch (...) { // NOLINT(bugprone-empty-catch)
-        // Out of memory: the lists stay as they are until the next rescan.
+        // Out of memory: abandoned like any other rescan that fails on its way.
     }
     // Again, so that the rescan's own duration does not count.
     if (QueryPerformanceCounter(&lastRescan) == FALSE)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "discovery/closing_list.h"
 #include "devices/device_direction.h"
+#include "discovery/closing_list.h"
 #include "discovery/default_watch.h"
 #include "discovery/device_entry.h"
 #include "discovery/system_devices.h"
@@ -24,10 +24,13 @@ class ComApartment;
 class DeviceMonitor {
 public:
     explicit DeviceMonitor(const BackendCallbacks& callbacks);
-    /// Ends the thread, then closes on the calling thread what is left to close.
-    ~DeviceMonitor();
+    ~DeviceMonitor() = default;
     DeviceMonitor(const DeviceMonitor&) = delete;
     DeviceMonitor& operator=(const DeviceMonitor&) = delete;
+
+    /// Ends the thread, then closes on the calling thread what is left to close. Once, before destruction; until it
+    /// returns, callbacks that are under way may still use the monitor.
+    void end() noexcept;
 
     /// A copy of the devices of a direction, not older than the last rescan. Any thread.
     [[nodiscard]] DeviceMap devices(DeviceDirection direction) const;

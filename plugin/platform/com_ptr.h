@@ -15,7 +15,6 @@ public:
 
     [[nodiscard]] Interface& operator*() const { return *m_Interface; }
     [[nodiscard]] Interface* operator->() const { return m_Interface; }
-    explicit operator bool() const { return m_Interface != nullptr; }
 
     /// For functions that hand out a reference. Only while empty.
     [[nodiscard]] Interface** put() { return &m_Interface; }

@@ -26,9 +26,6 @@ public:
     [[nodiscard]] HANDLE get() const { return m_Handle; }
     explicit operator bool() const { return m_Handle != nullptr; }
 
-    /// Gives the handle up without closing it.
-    HANDLE release() { return std::exchange(m_Handle, nullptr); }
-
 private:
     HANDLE m_Handle = nullptr;
 };

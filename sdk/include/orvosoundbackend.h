@@ -71,38 +71,46 @@
  *
  * ## What the plug-in promises
  *
- * - No exception leaves an export or reaches a callback's caller; every failure is a negative result.
- * - A null pointer never crashes it (but for an empty slot of the callback table, see BackendCallbacks).
- * - `getPlaybackData` and `deliverCaptureData` never run while the client holds the DSP lock, and no two of
- *   them run at the same time.
- * - Stop and close never wait for a client that holds the DSP lock, nor for a device.
+ * - No exception leaves an export. One that a callback throws goes no further than the plug-in, which drops it.
+ * - Every failure is a negative result; a null pointer never crashes the plug-in (but for an empty slot of the
+ *   callback table, see BackendCallbacks).
+ * - `getPlaybackData` and `deliverCaptureData` never run while the client holds the DSP lock, and no two of them run
+ *   at the same time for one backend.
+ * - Close never waits for a device, and neither stop nor close waits for a client that holds the DSP lock. Stop waits
+ *   for a device only while the device is at that very moment being stopped.
  * - `notifyDeviceChange` and the enumeration callback are called with no lock held.
  * - Texts and blocks that are passed to a callback are valid until it returns, and no longer.
  *
  * ## The client's duties
  *
- * 1. Fill all function slots of BackendCallbacks but `logMessage`, which may be null. The table is copied;
- *    what `clientContext` points to lives until finalize has returned.
+ * 1. Fill all function slots of BackendCallbacks but `logMessage`, which may be null. The table is copied; what
+ *    `clientContext` points to lives until finalize has returned.
  * 2. Initialize and finalize on one thread: the plug-in's hidden window belongs to it.
  * 3. Call the device exports (open, close, start, stop, associate) from one thread at a time per backend.
  * 4. Before finalize, close every device and call waitForClosedDevices. A device that is still registered is
  *    destroyed without ending its worker thread, which then touches freed memory.
- * 5. Release the DSP lock on the thread that took it, and do not take it twice: after two takes and two
- *    releases the thread still owns it, and no audio moves any more.
- * 6. Inside a callback call no export that waits for a device: no open and start (they wait for a worker, which
- *    may wait for the DSP lock that the callback runs under), no waitForClosedDevices from an audio callback,
+ * 5. Release the DSP lock on the thread that took it, and do not take it twice: after two takes and two releases the
+ *    thread still owns it, and no audio moves any more.
+ * 6. Inside a callback of the table call no export that waits for a device: no open and start (the audio of all
+ *    devices would stand still for as long as a driver takes), no waitForClosedDevices from an audio or log callback,
  *    no finalize from any callback.
+ * 7. While in open, start, stop, waitForClosedDevices or finalize hold no lock that a callback takes: they may be
+ *    waiting for the very thread that the callback runs on.
  *
  * ## What a callback may do
+ *
+ * getInfo, isSupported and getErrorString may be called from everywhere. Besides:
  *
  * | Callback | Thread | May call |
  * |---|---|---|
  * | `notifyDeviceChange` | device monitor | enumerate, default device, close, stop, associate, waitForClosedDevices |
- * | `getPlaybackData`, `deliverCaptureData` | device worker, DSP lock held | getErrorString, getInfo, stop, close |
- * | `logMessage` | any, also inside an export | getErrorString, getInfo; must be safe on several threads at once |
- * | enumeration callback | the caller's | enumerate, default device, open, close, start, stop |
+ * | `getPlaybackData`, `deliverCaptureData` | device worker, DSP lock held | enumerate, default device, close |
+ * | `logMessage` | any, also inside an export, several at once | nothing else |
+ * | enumeration callback | the caller's | enumerate, default device, open, close, start, stop, associate |
  *
- * Audio callbacks return within a few milliseconds. Duty 3 holds inside callbacks, too. All functions use the standard calling convention of 64-bit Windows.
+ * Audio callbacks return within a few milliseconds. Duty 3 holds inside callbacks, too.
+ *
+ * All functions use the standard calling convention of 64-bit Windows.
  * The header is C99 and C++20.
  */
 #ifndef ORVOSOUNDBACKEND_H
@@ -188,7 +196,7 @@ enum BackendResultCode {
     ORVO_GET_CAPS = -230,
     ORVO_CAPTURE_FORMAT_NOT_SUPPORTED = -231,
     ORVO_CALL_OUT_OF_ORDER = -232, /**< start: the device is not in the state "open". */
-    ORVO_UNKNOWN = -233,           /**< open or start: the worker ended without recording a result. */
+    ORVO_UNKNOWN = -233,           /**< open or start: no worker thread, or it ended without recording a result. */
     ORVO_GET_SPEAKER_CONFIG = -234
 };
 
@@ -287,7 +295,10 @@ typedef int32_t (*GetPlaybackDataCallback)(void* clientContext, const char* devi
 /**
  * @brief 20 ms of audio were captured. Called on the device's worker thread, DSP lock held.
  * @param captured the block, in the format that open reported
- * @param echoReference the block that the associated playback device sent out, or null when there is none
+ * @param echoReference a block that the associated playback device sent out, at that device's own rate; null when
+ *        there is none. They begin once the playback device has a queue of more than its cushion and one block (7
+ *        blocks, 12 for emulated drivers), oldest first. A block is handed out once: two capture devices that are
+ *        paired with one playback device share its blocks, and neither gets a whole reference.
  */
 typedef void (*DeliverCaptureDataCallback)(void* clientContext, const char* deviceId, AudioBlock* captured,
                                            AudioBlock* echoReference);
@@ -348,7 +359,9 @@ BackendResult orvosoundbackend_isSupported(void);
  * @return 0; ORVO_INVALID_PARAM for a null argument; ORVO_BACKEND_UNUSABLE when the hidden window could not be
  *         created or memory ran out.
  *
- * The device lists are complete when it returns. `logMessage` may be called before it returns.
+ * The device lists are complete when it returns, if both directions have a default voice device: without a
+ * microphone, say, the system does not name its defaults, and both lists are empty until one is there. `logMessage`
+ * may be called before it returns.
  */
 BackendResult orvosoundbackend_initialize(DirectSoundBackend** out, const BackendCallbacks* callbacks);
 
@@ -375,14 +388,15 @@ const char* orvosoundbackend_getErrorString(BackendResult code, const char** out
  * @return 0; ORVO_UNKNOWN_DEVICETYPE; ORVO_INVALID_PARAM; ORVO_GUID_TO_STRING, ORVO_INIT_IMPL or ORVO_OS_ERROR
  *         when a device could not be described, which ends the listing.
  *
- * Reads the monitor's list, which is at most about a second old. Does not touch DirectSound.
+ * Reads the monitor's list, which is at most about a second old (but see initialize: while a direction has no
+ * default voice device, both lists stay as they were). Does not touch DirectSound.
  */
 BackendResult orvosoundbackend_enumDevices(DirectSoundBackend* backend, DeviceDirection direction,
                                            EnumDevicesCallback callback, void* userValue);
 
 /**
  * @brief The default voice-communication device of a direction (not the default multimedia device).
- * @param record written on success
+ * @param record written on success; left alone when there is no default, zeroed when it cannot be described
  * @return 0; ORVO_UNKNOWN_DEVICETYPE; ORVO_NO_DEFAULT_FOUND; ORVO_INVALID_PARAM; otherwise as enumDevices.
  */
 BackendResult orvosoundbackend_getDefaultDevice(DirectSoundBackend* backend, DeviceDirection direction,
@@ -398,7 +412,9 @@ BackendResult orvosoundbackend_getDefaultDevice(DirectSoundBackend* backend, Dev
  * @param channelMask speaker positions; ORVO_MASK_MONO for a plain mono format; not written for a plain format
  *        with more than two channels, so set it before
  * @return 0; ORVO_UNKNOWN_DEVICETYPE; ORVO_INVALID_PARAM; ORVO_DEVICE_ALREADY_OPEN; ORVO_DEVICE_ALLOCATED; or the
- *         code of the step that failed, each told by a log line of level 1.
+ *         code of the step that failed, told by a log line of level 1. Without a log line: ORVO_INIT_IMPL or
+ *         ORVO_OS_ERROR when the identifier cannot be converted (told on standard error), ORVO_OS_ERROR when memory
+ *         ran out, ORVO_UNKNOWN when there was no thread or no memory for the worker.
  *
  * A capture device without any 48 kHz format is never answered; neither is any device when COM cannot be
  * initialized on its worker thread (told on standard error).
@@ -420,7 +436,8 @@ BackendResult orvosoundbackend_closeDevice(DirectSoundBackend* backend, DeviceDi
  * @brief Waits until every device given up with closeDevice is gone. One thread at a time.
  * @return 0
  *
- * Writes one line to standard error when it has to wait. On the monitor thread it closes the devices itself.
+ * Writes one line to standard error when it has to wait. On the monitor thread it closes the devices itself. Does not
+ * return when the monitor thread has failed (told on standard error), or while a callback of such a device does not.
  */
 BackendResult orvosoundbackend_waitForClosedDevices(DirectSoundBackend* backend);
 
@@ -434,7 +451,8 @@ BackendResult orvosoundbackend_startDevice(DirectSoundBackend* backend, DeviceDi
                                            const char* deviceId, uint32_t contextId);
 
 /**
- * @brief Asks a running device to stop. Does not wait; a callback or two may still come.
+ * @brief Asks a running device to stop. Callbacks may still come until the device is closed and
+ * waitForClosedDevices has returned: a capture device first hands over its backlog, up to half a second of audio.
  * @return 0, also for a device that does not run; ORVO_UNKNOWN_DEVICETYPE; ORVO_INVALID_PARAM;
  *         ORVO_DEVICE_NOT_OPEN; ORVO_INVALID_CONTEXT_ID.
  */

@@ -10,8 +10,8 @@ namespace {
 
 template <typename Function>
 void resolve(HMODULE module, const char* name, Function& function) {
-    // By way of void*: the compiler objects to a direct cast between function types.
-    function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+    // By way of the type that stands for any function: the compiler objects to a direct cast.
+    function = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
     if (function == nullptr)
         throw LibraryError(std::string("The library has no function ") + name + ", so it is not a sound backend.");
 }

@@ -56,7 +56,7 @@ ExitCode RecordCommand::run(const RunContext& context) {
                              .add("longest_gap_ms", stream.clock().longestGapMilliseconds(), 1)
                              .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
                              .addLogCounts(session.log())
-                             .addWord("ended", endingName(ending))
+                             .addWord("ended", stream.failed() ? "failed" : endingName(ending))
                              .text());
     Checks checks(context.console);
     checkRecording(checks, stream);

@@ -36,7 +36,9 @@ Ending Supervision::run(const std::function<bool()>& done, const std::function<s
         for (Watched& watched : m_watched)
             if (watched.stall.update(watched.clock->blocks(), now))
                 m_context.console.errorLine("soundcheck: " + watched.name +
-                                            " stands still: no block for more than a second.");
+                                            (watched.clock->blocks() == 0
+                                                 ? " does not begin: no block yet."
+                                                 : " stands still: no block for more than a second."));
         if (std::any_of(m_watched.begin(), m_watched.end(),
                         [now](const Watched& watched) { return watched.stall.givenUp(now); }))
             return Ending::gaveUp;

@@ -119,7 +119,7 @@ ExitCode TalkCommand::run(const RunContext& context) {
                              .add("longest_gap_ms", captured.clock().longestGapMilliseconds(), 1)
                              .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
                              .addLogCounts(session.log())
-                             .addWord("ended", endingName(ending))
+                             .addWord("ended", captured.failed() ? "failed" : endingName(ending))
                              .text());
     checks.expect(played.failure().empty(), played.failure());
     checks.expect(played.underruns() == 0, "The speech was not read fast enough; there are gaps in what was played.");

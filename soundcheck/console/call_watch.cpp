@@ -7,16 +7,24 @@
 
 namespace soundcheck {
 
-CallWatch::CallWatch(Console& console, std::string what, std::chrono::milliseconds limit)
-    : m_console(console), m_what(std::move(what)), m_limit(limit),
-      m_thread([this](const std::stop_token& stop) { watch(stop); }) {}
+// No stop_token: waiting on one together with a condition can hang in the GNU runtime of version 12, whose
+// semaphore loses a wake-up on Windows.
 
-void CallWatch::watch(const std::stop_token& stop) const {
-    std::mutex mutex;
-    std::unique_lock lock(mutex);
-    std::condition_variable_any wakeUp;
-    // True when the destructor asked for the end, false when the time was up.
-    if (wakeUp.wait_for(lock, stop, m_limit, [&stop] { return stop.stop_requested(); }))
+CallWatch::CallWatch(Console& console, std::string what, std::chrono::milliseconds limit)
+    : m_console(console), m_what(std::move(what)), m_limit(limit), m_thread([this] { watch(); }) {}
+
+CallWatch::~CallWatch() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_returned = true;
+    }
+    m_wakeUp.notify_one();
+    m_thread.join();
+}
+
+void CallWatch::watch() {
+    std::unique_lock lock(m_mutex);
+    if (m_wakeUp.wait_for(lock, m_limit, [this] { return m_returned; }))
         return;
     m_console.errorLine("soundcheck: " + m_what + " does not come to an end; soundcheck gives up.");
     std::_Exit(toInt(ExitCode::backendFailed));

@@ -25,15 +25,18 @@ public:
     CallWatch(Console& console, std::string what, std::chrono::milliseconds limit = kUsualLimit);
     CallWatch(const CallWatch&) = delete;
     CallWatch& operator=(const CallWatch&) = delete;
-    ~CallWatch() = default; ///< its thread is asked to end and joined
+    ~CallWatch();
 
 private:
-    void watch(const std::stop_token& stop) const;
+    void watch();
 
     Console& m_console;
     std::string m_what;
     std::chrono::milliseconds m_limit;
-    std::jthread m_thread;
+    std::mutex m_mutex;
+    std::condition_variable m_wakeUp;
+    bool m_returned = false; ///< guarded by m_mutex
+    std::thread m_thread;
 };
 
 } // namespace soundcheck

@@ -22,25 +22,29 @@ bool environmentAsksForNoColour() {
     return GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) != 0;
 }
 
+HANDLE systemHandle(std::FILE* stream) {
+    return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))); // NOLINT: the runtime hands it out as a number
+}
+
 } // namespace
 
-Console::Console() {
-    const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
-    m_terminal = GetConsoleMode(output, &m_outputMode) != 0;
+Console::Console(std::FILE* output, std::FILE* errors)
+    : m_output(output), m_errors(errors), m_terminalHandle(systemHandle(output)) {
+    m_terminal = GetConsoleMode(m_terminalHandle, &m_outputMode) != 0;
     m_codePage = GetConsoleOutputCP();
     if (m_codePage != 0)
         SetConsoleOutputCP(CP_UTF8);
     if (m_terminal)
         m_colours = !environmentAsksForNoColour() &&
-                    SetConsoleMode(output, m_outputMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+                    SetConsoleMode(m_terminalHandle, m_outputMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
     else // a program reads it: line ends of one character, everywhere the same
-        _setmode(_fileno(stdout), _O_BINARY);
+        _setmode(_fileno(output), _O_BINARY);
 }
 
 Console::~Console() {
     leaveProgress();
     if (m_terminal)
-        SetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), m_outputMode);
+        SetConsoleMode(m_terminalHandle, m_outputMode);
     if (m_codePage != 0)
         SetConsoleOutputCP(m_codePage);
 }
@@ -48,13 +52,13 @@ Console::~Console() {
 void Console::line(std::string_view text) {
     const std::lock_guard lock(m_mutex);
     leaveProgress();
-    write(stdout, std::string(text) + "\n");
+    write(m_output, std::string(text) + "\n");
 }
 
 void Console::errorLine(std::string_view text) {
     const std::lock_guard lock(m_mutex);
     leaveProgress();
-    write(stderr, std::string(text) + "\n");
+    write(m_errors, std::string(text) + "\n");
 }
 
 void Console::progress(std::string_view text) {
@@ -68,19 +72,19 @@ void Console::progress(std::string_view text) {
     m_progressLength = length;
     if (m_colours && text.find(" CLIP") != std::string_view::npos)
         shown = "\x1b[31m" + shown + "\x1b[0m";
-    write(stdout, "\r" + shown);
+    write(m_output, "\r" + shown);
 }
 
 std::size_t Console::width() const {
     CONSOLE_SCREEN_BUFFER_INFO info{};
-    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info))
+    if (!GetConsoleScreenBufferInfo(m_terminalHandle, &info))
         return kUsualWidth;
     return static_cast<std::size_t>(std::max(20, info.srWindow.Right - info.srWindow.Left + 1));
 }
 
 void Console::leaveProgress() {
     if (m_progressLength != 0)
-        write(stdout, "\n");
+        write(m_output, "\n");
     m_progressLength = 0;
 }
 

@@ -1,6 +1,7 @@
 /**
  * @file
  * The program's two text streams in UTF-8: results on standard output, sentences about failures on standard error.
+ * Tests give two files of their own.
  *
  * Thread: any; lines of several threads do not mix. Ownership: sets the console's code page and mode, restores
  * both when it goes. Failure: a closed stream is not an error.
@@ -10,6 +11,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <mutex>
 #include <string_view>
 
@@ -17,7 +19,7 @@ namespace soundcheck {
 
 class Console {
 public:
-    Console();
+    explicit Console(std::FILE* output = stdout, std::FILE* errors = stderr);
     Console(const Console&) = delete;
     Console& operator=(const Console&) = delete;
     ~Console();
@@ -36,6 +38,9 @@ public:
 private:
     void leaveProgress();
 
+    std::FILE* m_output;
+    std::FILE* m_errors;
+    HANDLE m_terminalHandle;
     std::mutex m_mutex;
     bool m_terminal = false;
     bool m_colours = false;

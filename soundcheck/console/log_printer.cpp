@@ -23,10 +23,14 @@ std::string_view levelName(std::int32_t level) {
 } // namespace
 
 LogPrinter::LogPrinter(Console& console, LogThreshold threshold)
-    : m_console(console), m_threshold(threshold), m_thread([this](const std::stop_token& stop) { print(stop); }) {}
+    : m_console(console), m_threshold(threshold), m_thread([this] { print(); }) {}
 
 LogPrinter::~LogPrinter() {
-    m_thread.request_stop();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_ending = true;
+    }
+    m_added.notify_one();
     m_thread.join();
 }
 
@@ -54,10 +58,12 @@ std::uint64_t LogPrinter::count(std::int32_t level) const {
     return m_counts[level >= 1 && level <= 3 ? static_cast<std::size_t>(level) : 0];
 }
 
-void LogPrinter::print(const std::stop_token& stop) {
+void LogPrinter::print() {
     std::unique_lock lock(m_mutex);
-    // The wait ends with a line, or at the end; what is left then is still printed.
-    while (m_added.wait(lock, stop, [this] { return !m_lines.empty(); })) {
+    for (;;) {
+        m_added.wait(lock, [this] { return m_ending || !m_lines.empty(); });
+        if (m_lines.empty()) // at the end what is left is still printed
+            return;
         const std::string line = std::move(m_lines.front());
         m_lines.pop_front();
         const std::uint64_t leftOut = m_lines.empty() ? std::exchange(m_leftOut, 0) : 0;

@@ -38,16 +38,17 @@ public:
     std::uint64_t count(std::int32_t level) const;
 
 private:
-    void print(const std::stop_token& stop);
+    void print();
 
     Console& m_console;
     LogThreshold m_threshold;
     mutable std::mutex m_mutex; ///< guards what follows
-    std::condition_variable_any m_added;
+    std::condition_variable m_added;
     std::deque<std::string> m_lines;
     std::uint64_t m_leftOut = 0;
     std::array<std::uint64_t, 4> m_counts{}; ///< by level; other levels are counted at 0
-    std::jthread m_thread;
+    bool m_ending = false;
+    std::thread m_thread;
 };
 
 } // namespace soundcheck

@@ -14,8 +14,8 @@ Function systemFunction(const wchar_t* module, const char* name) {
     const HMODULE loaded = GetModuleHandleW(module);
     if (loaded == nullptr)
         return nullptr;
-    // By way of void*: the compiler objects to a direct cast between function types.
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(loaded, name)));
+    // By way of the type that stands for any function: the compiler objects to a direct cast.
+    return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(loaded, name)));
 }
 
 } // namespace

@@ -21,7 +21,9 @@ std::wstring toLower(std::wstring_view text);
 inline std::filesystem::path toPath(std::string_view utf8) {
     return {toWide(utf8)};
 }
-inline std::string pathText(const std::filesystem::path& path) { return toUtf8(path.native()); }
+inline std::string pathText(const std::filesystem::path& path) {
+    return toUtf8(path.native());
+}
 
 /** A number with a fixed count of decimals and a point, whatever the locale. */
 std::string fixedDecimals(double value, int decimals);

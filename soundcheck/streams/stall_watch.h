@@ -15,6 +15,8 @@ public:
     using Clock = std::chrono::steady_clock;
 
     static constexpr auto kStalledAfter = std::chrono::seconds(1);
+    /** A capture device may take its time to come up. */
+    static constexpr auto kNotBegunAfter = std::chrono::seconds(3);
     static constexpr auto kGivenUpAfter = std::chrono::seconds(10);
 
     explicit StallWatch(Clock::time_point started) : m_lastProgress(started) {}
@@ -26,7 +28,7 @@ public:
             m_lastProgress = now;
             m_stalled = false;
         }
-        if (m_stalled || now - m_lastProgress <= kStalledAfter)
+        if (m_stalled || now - m_lastProgress <= (m_blocks == 0 ? kNotBegunAfter : kStalledAfter))
             return false;
         m_stalled = true;
         ++m_stalls;

@@ -1,0 +1,27 @@
+# One CTest entry per GoogleTest suite: fine enough to see what failed, coarse enough to start few processes.
+# The names are read from the sources, so that no program has to run while building.
+#
+#   add_suites(<target> PREFIX <prefix> [TIMEOUT <seconds>] [COMMAND <command before the program>...])
+function(add_suites target)
+    cmake_parse_arguments(arg "" "PREFIX;TIMEOUT" "COMMAND" ${ARGN})
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+    endif()
+    get_target_property(sources ${target} SOURCES)
+    set(suites)
+    foreach(source IN LISTS sources)
+        file(STRINGS ${source} lines REGEX "^(TEST(_F|_P)?|SCENARIO)\\(")
+        foreach(line IN LISTS lines)
+            string(REGEX REPLACE "^(TEST(_F|_P)?|SCENARIO)\\(([A-Za-z0-9_]+),.*" "\\3" suite "${line}")
+            list(APPEND suites ${suite})
+        endforeach()
+        # Discovered anew when a suite is added.
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
+    endforeach()
+    list(REMOVE_DUPLICATES suites)
+    foreach(suite IN LISTS suites)
+        add_test(NAME ${arg_PREFIX}.${suite}
+                 COMMAND ${arg_COMMAND} ${target} --gtest_filter=${suite}.*:*/${suite}.* --gtest_brief=1)
+        set_tests_properties(${arg_PREFIX}.${suite} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${arg_PREFIX})
+    endforeach()
+endfunction()

@@ -1,0 +1,91 @@
+// System messages, text conversion, local memory.
+#include "world.h"
+
+#include <windows.h>
+
+namespace simulator {
+namespace {
+
+void noteLocal(World& w, const void* memory, const char* source) {
+    w.ledger.take(Kind::localMemory, reinterpret_cast<std::uintptr_t>(memory), std::string("of ") + source);
+}
+
+DWORD WINAPI formatMessage(DWORD flags, LPCVOID source, DWORD id, DWORD language, LPWSTR buffer, DWORD size,
+                           va_list* arguments) {
+    World* w = scheduledWorld();
+    if (!w)
+        return FormatMessageW(flags, source, id, language, buffer, size, arguments);
+    return w->call<DWORD>("FormatMessageW", "", 0, [&]() -> DWORD {
+        auto** allocated = static_cast<wchar_t**>(static_cast<void*>(buffer));
+        const bool allocates = (flags & FORMAT_MESSAGE_ALLOCATE_BUFFER) != 0;
+        DWORD length = 0;
+        if (const auto scripted = w->system.messages.find(id); scripted != w->system.messages.end() && allocates) {
+            const std::wstring& text = scripted->second;
+            if (text.empty()) {
+                SetLastError(ERROR_MR_MID_NOT_FOUND);
+                return 0;
+            }
+            *allocated = static_cast<wchar_t*>(LocalAlloc(LPTR, (text.size() + 1) * sizeof(wchar_t)));
+            text.copy(*allocated, text.size());
+            length = static_cast<DWORD>(text.size());
+        } else {
+            length = FormatMessageW(flags, source, id, language, buffer, size, arguments);
+        }
+        if (length > 0 && allocates)
+            noteLocal(*w, *allocated, "FormatMessageW");
+        return length;
+    });
+}
+
+HLOCAL WINAPI localAlloc(UINT flags, SIZE_T bytes) {
+    World* w = scheduledWorld();
+    if (!w)
+        return LocalAlloc(flags, bytes);
+    return w->call<HLOCAL>("LocalAlloc", "", nullptr, [&] {
+        const HLOCAL memory = LocalAlloc(flags, bytes);
+        if (memory)
+            noteLocal(*w, memory, "LocalAlloc");
+        return memory;
+    });
+}
+
+HLOCAL WINAPI localFree(HLOCAL memory) {
+    World* w = scheduledWorld();
+    if (w && memory && !w->ledger.give(Kind::localMemory, reinterpret_cast<std::uintptr_t>(memory))) {
+        w->findings.add("LocalFree of memory that is not taken");
+        return memory;
+    }
+    return LocalFree(memory);
+}
+
+int WINAPI narrowToWide(UINT page, DWORD flags, LPCCH source, int length, LPWSTR target, int capacity) {
+    World* w = scheduledWorld();
+    if (!w)
+        return MultiByteToWideChar(page, flags, source, length, target, capacity);
+    return w->call("MultiByteToWideChar", "", 0,
+                   [&] { return MultiByteToWideChar(page, flags, source, length, target, capacity); });
+}
+
+int WINAPI wideToNarrow(UINT page, DWORD flags, LPCWCH source, int length, LPSTR target, int capacity,
+                        LPCCH defaultCharacter, LPBOOL usedDefault) {
+    World* w = scheduledWorld();
+    if (!w)
+        return WideCharToMultiByte(page, flags, source, length, target, capacity, defaultCharacter, usedDefault);
+    return w->call("WideCharToMultiByte", "", 0, [&] {
+        return WideCharToMultiByte(page, flags, source, length, target, capacity, defaultCharacter, usedDefault);
+    });
+}
+
+} // namespace
+
+std::vector<Replacement> textFunctions() {
+    return {
+        replacement("FormatMessageW", &formatMessage),
+        replacement("LocalAlloc", &localAlloc),
+        replacement("LocalFree", &localFree),
+        replacement("MultiByteToWideChar", &narrowToWide),
+        replacement("WideCharToMultiByte", &wideToNarrow),
+    };
+}
+
+} // namespace simulator

@@ -1,0 +1,118 @@
+// Multimedia timer, performance counter, version of the system.
+#include "world.h"
+
+#include <tuple>
+
+#include <windows.h>
+
+#include <mmsystem.h>
+
+namespace simulator {
+namespace {
+
+DWORD WINAPI getTime() {
+    World* w = scheduledWorld();
+    if (!w)
+        return timeGetTime();
+    return w->system.clockStart + static_cast<DWORD>(w->scheduler.now() / kMillisecond);
+}
+
+MMRESULT WINAPI getDeviceCaps(LPTIMECAPS caps, UINT size) {
+    World* w = scheduledWorld();
+    if (!w)
+        return timeGetDevCaps(caps, size);
+    return w->call<MMRESULT>("timeGetDevCaps", "", TIMERR_NOCANDO, [&]() -> MMRESULT {
+        if (!caps || size < sizeof(*caps))
+            return TIMERR_NOCANDO;
+        caps->wPeriodMin = w->system.timerMinimum;
+        caps->wPeriodMax = 1'000'000;
+        return TIMERR_NOERROR;
+    });
+}
+
+MMRESULT WINAPI beginPeriod(UINT period) {
+    World* w = scheduledWorld();
+    if (!w)
+        return timeBeginPeriod(period);
+    return w->call<MMRESULT>(
+        "timeBeginPeriod", "", TIMERR_NOCANDO,
+        [&]() -> MMRESULT {
+            w->ledger.take(Kind::timerPeriod, period, std::to_string(period) + " ms");
+            return TIMERR_NOERROR;
+        },
+        std::to_string(period));
+}
+
+MMRESULT WINAPI endPeriod(UINT period) {
+    World* w = scheduledWorld();
+    if (!w)
+        return timeEndPeriod(period);
+    return w->call<MMRESULT>(
+        "timeEndPeriod", "", TIMERR_NOCANDO,
+        [&]() -> MMRESULT {
+            if (w->ledger.give(Kind::timerPeriod, period))
+                return TIMERR_NOERROR;
+            w->findings.add("timeEndPeriod of " + std::to_string(period) + " ms, which nobody began");
+            return TIMERR_NOCANDO;
+        },
+        std::to_string(period));
+}
+
+BOOL WINAPI queryCounter(LARGE_INTEGER* counter) {
+    World* w = scheduledWorld();
+    if (!w)
+        return QueryPerformanceCounter(counter);
+    return w->call("QueryPerformanceCounter", "", FALSE, [&]() -> BOOL {
+        const auto whole = w->scheduler.now() / kSecond * w->system.counterFrequency;
+        const auto part = w->scheduler.now() % kSecond * w->system.counterFrequency / kSecond;
+        counter->QuadPart = w->system.counterStart + whole + part;
+        return TRUE;
+    });
+}
+
+BOOL WINAPI queryFrequency(LARGE_INTEGER* frequency) {
+    World* w = scheduledWorld();
+    if (!w)
+        return QueryPerformanceFrequency(frequency);
+    return w->call("QueryPerformanceFrequency", "", FALSE, [&]() -> BOOL {
+        frequency->QuadPart = w->system.counterFrequency;
+        return TRUE;
+    });
+}
+
+// Only the question "at least this version", which is the one that makes sense.
+BOOL WINAPI verifyVersion(LPOSVERSIONINFOEXW wanted, DWORD mask, DWORDLONG conditions) {
+    World* w = scheduledWorld();
+    if (!w)
+        return VerifyVersionInfoW(wanted, mask, conditions);
+    return w->call(
+        "VerifyVersionInfoW", "", FALSE,
+        [&]() -> BOOL {
+            if (mask != (VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR))
+                w->findings.add("VerifyVersionInfoW does not ask for major, minor and service pack");
+            const SystemScript& system = w->system;
+            if (std::tuple<DWORD, DWORD, DWORD>(system.majorVersion, system.minorVersion, system.servicePack) >=
+                std::tuple<DWORD, DWORD, DWORD>(wanted->dwMajorVersion, wanted->dwMinorVersion,
+                                                wanted->wServicePackMajor))
+                return TRUE;
+            SetLastError(ERROR_OLD_WIN_VERSION);
+            return FALSE;
+        },
+        std::to_string(wanted->dwMajorVersion) + "." + std::to_string(wanted->dwMinorVersion));
+}
+
+} // namespace
+
+std::vector<Replacement> timeFunctions() {
+    return {
+        replacement("timeGetTime", &getTime),
+        replacement("timeGetDevCaps", &getDeviceCaps),
+        replacement("timeBeginPeriod", &beginPeriod),
+        replacement("timeEndPeriod", &endPeriod),
+        replacement("QueryPerformanceCounter", &queryCounter),
+        replacement("QueryPerformanceFrequency", &queryFrequency),
+        replacement("VerifyVersionInfoW", &verifyVersion),
+    };
+}
+
+} // namespace simulator

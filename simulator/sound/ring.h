@@ -1,0 +1,79 @@
+// The looping memory of a sound buffer, and the copy that a Lock hands out.
+//
+// A Lock gives a copy that Unlock writes back: what is written after the Unlock is never heard, as on hardware that
+// has moved its memory, and what is written outside the locked region is not heard either.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include <windows.h>
+
+namespace simulator {
+
+class Ring {
+public:
+    explicit Ring(DWORD bytes) : m_Memory(bytes) {}
+
+    [[nodiscard]] DWORD size() const { return static_cast<DWORD>(m_Memory.size()); }
+    std::span<std::byte> memory() { return m_Memory; }
+
+    struct Locked {
+        DWORD offset = 0;
+        DWORD bytes = 0;
+        DWORD firstBytes = 0;
+        std::vector<std::byte> copy;
+    };
+
+    // Null pointers for the second part are allowed. False: the arguments are wrong.
+    bool lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second, DWORD* secondBytes) {
+        if (bytes == 0 || bytes > size() || offset >= size() || !first || !firstBytes)
+            return false;
+        Locked locked{offset, bytes, std::min(bytes, size() - offset), std::vector<std::byte>(bytes)};
+        if (!second && locked.firstBytes < bytes)
+            return false;
+        std::memcpy(locked.copy.data(), &m_Memory[offset], locked.firstBytes);
+        std::memcpy(locked.copy.data() + locked.firstBytes, m_Memory.data(), bytes - locked.firstBytes);
+        m_Locked = std::move(locked);
+        *first = m_Locked->copy.data();
+        *firstBytes = m_Locked->firstBytes;
+        if (second)
+            *second = m_Locked->firstBytes < bytes ? m_Locked->copy.data() + m_Locked->firstBytes : nullptr;
+        if (secondBytes)
+            *secondBytes = bytes - m_Locked->firstBytes;
+        return true;
+    }
+    [[nodiscard]] const std::optional<Locked>& locked() const { return m_Locked; }
+
+    // False: not what lock() gave.
+    bool unlock(const void* first, DWORD firstBytes, const void* second, DWORD secondBytes, bool writeBack) {
+        if (!m_Locked || first != m_Locked->copy.data() || firstBytes > m_Locked->firstBytes)
+            return false;
+        const std::byte* rest = m_Locked->copy.data() + m_Locked->firstBytes;
+        if (secondBytes > m_Locked->bytes - m_Locked->firstBytes || (secondBytes > 0 && second != rest))
+            return false;
+        if (writeBack) {
+            std::memcpy(&m_Memory[m_Locked->offset], m_Locked->copy.data(), firstBytes);
+            std::memcpy(m_Memory.data(), rest, secondBytes);
+        }
+        m_Locked.reset();
+        return true;
+    }
+
+private:
+    std::vector<std::byte> m_Memory;
+    std::optional<Locked> m_Locked;
+};
+
+// Frames in so much time, without overflow for years.
+inline std::int64_t framesIn(std::int64_t nanoseconds, std::uint32_t rate) {
+    constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+    return nanoseconds / kNanosecondsPerSecond * rate + nanoseconds % kNanosecondsPerSecond * rate / kNanosecondsPerSecond;
+}
+
+} // namespace simulator

@@ -1,0 +1,277 @@
+#include "fake_backend.h"
+
+#include "orvosoundbackend.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#define FAKE_EXPORT extern "C" __declspec(dllexport)
+
+namespace {
+
+constexpr std::uint32_t kChannels = 2;
+constexpr std::uint32_t kRate = 48000;
+constexpr std::int32_t kFrames = kRate / 50;
+constexpr auto kBlockTime = std::chrono::milliseconds(2);
+constexpr int kBlocksBeforeFreeze = 10;
+
+std::mutex journalMutex;
+std::string journal;
+std::vector<std::int16_t> played;
+
+void note(const std::string& word) {
+    const std::lock_guard lock(journalMutex);
+    journal += word + " ";
+}
+
+bool asked(const std::string& word) {
+    std::array<char, 256> words{};
+    const DWORD length = GetEnvironmentVariableA("FAKE_BACKEND", words.data(), static_cast<DWORD>(words.size()));
+    return (" " + std::string(words.data(), length) + " ").find(" " + word + " ") != std::string::npos;
+}
+
+struct FakeDevice {
+    DeviceDirection direction;
+    std::string id;
+    std::uint32_t contextId;
+    std::atomic<bool> stopping = false;
+    std::thread worker;
+};
+
+struct Known {
+    DeviceDirection direction;
+    const char* id;
+    const char* name;
+};
+
+constexpr std::array<Known, 4> kKnown = {
+    {{ORVO_PLAYBACK, "{11111111-0000-0000-0000-000000000001}", "Fake Speaker"},
+     {ORVO_PLAYBACK, "{11111111-0000-0000-0000-000000000002}", "Fake Headphones"},
+     {ORVO_CAPTURE, "{22222222-0000-0000-0000-000000000001}", "Fake Microphone"},
+     {ORVO_CAPTURE, "{22222222-0000-0000-0000-000000000002}", "Fake Headset"}}};
+
+DeviceInfoRecord recordOf(const Known& known) {
+    DeviceInfoRecord record{};
+    record.idLength = static_cast<std::uint8_t>(std::strlen(known.id));
+    record.nameLength = static_cast<std::uint8_t>(std::strlen(known.name));
+    std::copy_n(known.id, record.idLength, record.id);
+    std::copy_n(known.name, record.nameLength, record.name);
+    return record;
+}
+
+} // namespace
+
+struct DirectSoundBackend {
+    BackendCallbacks callbacks{};
+    std::map<std::string, std::unique_ptr<FakeDevice>> open; ///< by direction and identifier
+    std::vector<std::unique_ptr<FakeDevice>> closed;
+    std::mutex dsp;
+    std::uint32_t associations = 0;
+};
+
+namespace {
+
+std::string key(DeviceDirection direction, const char* id) {
+    return std::to_string(direction) + id;
+}
+
+FakeDevice* find(DirectSoundBackend* backend, DeviceDirection direction, const char* id) {
+    const auto found = backend->open.find(key(direction, id));
+    return found == backend->open.end() ? nullptr : found->second.get();
+}
+
+void playBlock(DirectSoundBackend& backend, const FakeDevice& device) {
+    std::vector<std::int16_t> samples(kFrames * kChannels);
+    AudioBlock block{device.contextId, 0, samples.data(), kFrames};
+    const std::lock_guard lock(backend.dsp);
+    const std::int32_t frames =
+        backend.callbacks.getPlaybackData(backend.callbacks.clientContext, device.id.c_str(), &block);
+    samples.resize(static_cast<std::size_t>(frames) * kChannels);
+    const std::lock_guard journalLock(journalMutex);
+    played.insert(played.end(), samples.begin(), samples.end());
+}
+
+/** Every sample of the nth block is n, every sample of its reference is -n. */
+void captureBlock(DirectSoundBackend& backend, const FakeDevice& device, std::int16_t number) {
+    std::vector<std::int16_t> samples(kFrames * kChannels, number);
+    std::vector<std::int16_t> echo(kFrames * kChannels, static_cast<std::int16_t>(-number));
+    AudioBlock block{device.contextId, 0, samples.data(), kFrames};
+    AudioBlock reference{1, 0, echo.data(), kFrames};
+    const bool silent =
+        backend.associations == 0 || asked("no-reference") || (asked("alternating-reference") && number % 2 == 0);
+    const std::lock_guard lock(backend.dsp);
+    backend.callbacks.deliverCaptureData(backend.callbacks.clientContext, device.id.c_str(), &block,
+                                         silent ? nullptr : &reference);
+}
+
+void work(DirectSoundBackend& backend, FakeDevice& device) {
+    for (int number = 1; !device.stopping; ++number) {
+        std::this_thread::sleep_for(kBlockTime);
+        if (asked("freeze") && number > kBlocksBeforeFreeze)
+            continue;
+        if (device.direction == ORVO_PLAYBACK)
+            playBlock(backend, device);
+        else
+            captureBlock(backend, device, static_cast<std::int16_t>(number));
+    }
+}
+
+} // namespace
+
+FAKE_EXPORT const char* fake_journal() {
+    return journal.c_str();
+}
+
+FAKE_EXPORT std::size_t fake_played(std::int16_t* samples, std::size_t capacity) {
+    const std::size_t count = std::min(capacity, played.size());
+    std::copy_n(played.begin(), count, samples);
+    return count;
+}
+
+FAKE_EXPORT const BackendInfo* orvosoundbackend_getInfo() {
+    static const BackendInfo info = {1, "Fake Sound", 200};
+    return &info;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_isSupported() {
+    return asked("unsupported") ? ORVO_NOTSUPPORTED : ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_initialize(DirectSoundBackend** out, const BackendCallbacks* callbacks) {
+    note("initialize");
+    if (asked("initialize-fails")) {
+        *out = nullptr;
+        return ORVO_BACKEND_UNUSABLE;
+    }
+    *out = new DirectSoundBackend;
+    (*out)->callbacks = *callbacks;
+    return ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_finalize(DirectSoundBackend* backend) {
+    note(backend->open.empty() && backend->closed.empty() ? "finalize" : "FINALIZED-TOO-EARLY");
+    delete backend;
+    return ORVO_OK;
+}
+
+FAKE_EXPORT const char* orvosoundbackend_getErrorString(BackendResult code, const char** out) {
+    const char* text = code == ORVO_NOTSUPPORTED ? "NOTSUPPORTED" : "unknown error";
+    if (out != nullptr)
+        *out = text;
+    return text;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_enumDevices(DirectSoundBackend*, DeviceDirection direction,
+                                                       EnumDevicesCallback callback, void* userValue) {
+    for (const Known& known : kKnown)
+        if (known.direction == direction && !asked("no-devices")) {
+            const DeviceInfoRecord record = recordOf(known);
+            callback(&record, userValue);
+        }
+    return ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_getDefaultDevice(DirectSoundBackend*, DeviceDirection direction,
+                                                            DeviceInfoRecord* record) {
+    if (asked("no-devices") || asked("no-default"))
+        return ORVO_NO_DEFAULT_FOUND;
+    *record = recordOf(direction == ORVO_PLAYBACK ? kKnown[0] : kKnown[2]);
+    return ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_openDevice(DirectSoundBackend* backend, DeviceDirection direction,
+                                                      const char* id, std::uint32_t contextId,
+                                                      std::uint32_t* channels, std::uint32_t* bits,
+                                                      std::uint32_t* rate, std::uint32_t* mask) {
+    note("open-" + std::to_string(direction));
+    if (asked("open-fails"))
+        return ORVO_DIRECTSOUNDCREATE8;
+    *channels = kChannels;
+    // The bytes of 8-bit blocks are half as many as the fake really has: enough for a test of the client.
+    *bits = direction == ORVO_CAPTURE && asked("eight-bits") ? 8 : 16;
+    *rate = kRate;
+    *mask = 3;
+    auto device = std::make_unique<FakeDevice>();
+    device->direction = direction;
+    device->id = id;
+    device->contextId = contextId;
+    backend->open[key(direction, id)] = std::move(device);
+    return ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_startDevice(DirectSoundBackend* backend, DeviceDirection direction,
+                                                       const char* id, std::uint32_t contextId) {
+    note("start-" + std::to_string(direction));
+    FakeDevice* const device = find(backend, direction, id);
+    if (device == nullptr || device->contextId != contextId)
+        return ORVO_INVALID_CONTEXT_ID;
+    if (asked("start-fails"))
+        return ORVO_PLAYBACK_START;
+    if (asked("log-error"))
+        backend->callbacks.logMessage(backend->callbacks.clientContext, id, "something broke", ORVO_LOG_ERROR);
+    device->worker = std::thread([backend, device] { work(*backend, *device); });
+    return ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_stopDevice(DirectSoundBackend* backend, DeviceDirection direction,
+                                                      const char* id, std::uint32_t) {
+    note("stop-" + std::to_string(direction));
+    return find(backend, direction, id) != nullptr ? ORVO_OK : ORVO_DEVICE_NOT_OPEN; // a block or two may still come
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_closeDevice(DirectSoundBackend* backend, DeviceDirection direction,
+                                                       const char* id, std::uint32_t) {
+    note("close-" + std::to_string(direction));
+    const auto found = backend->open.find(key(direction, id));
+    if (found == backend->open.end())
+        return ORVO_DEVICE_NOT_OPEN;
+    backend->closed.push_back(std::move(found->second)); // its callbacks go on until somebody waits for it
+    backend->open.erase(found);
+    return ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_waitForClosedDevices(DirectSoundBackend* backend) {
+    note("wait");
+    for (const auto& device : backend->closed) {
+        device->stopping = true;
+        if (device->worker.joinable())
+            device->worker.join();
+    }
+    backend->closed.clear();
+    return ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_associateAECDevice(DirectSoundBackend* backend, const char*,
+                                                              const char* playbackId, std::uint32_t,
+                                                              std::uint32_t* mask, std::uint32_t* bits,
+                                                              std::uint32_t* rate, std::uint32_t* counter) {
+    note(playbackId != nullptr ? "associate" : "dissociate");
+    if (playbackId == nullptr)
+        return ORVO_OK;
+    *mask = 3;
+    *bits = 16;
+    *rate = asked("odd-echo") ? 44100 : kRate;
+    *counter = ++backend->associations;
+    return ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_lockDSP(DirectSoundBackend* backend) {
+    backend->dsp.lock();
+    return ORVO_OK;
+}
+
+FAKE_EXPORT BackendResult orvosoundbackend_unlockDSP(DirectSoundBackend* backend) {
+    backend->dsp.unlock();
+    return ORVO_OK;
+}

@@ -1,0 +1,18 @@
+/**
+ * @file
+ * The plug-in's part, played for tests: the fifteen exports with devices that exist only here, ten times faster
+ * than time. What the words in the environment variable FAKE_BACKEND say goes wrong. It notes every call, so that
+ * a test sees the order and what broke the contract.
+ *
+ * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, freeze (no block after the tenth),
+ * eight-bits (capture), alternating-reference, no-reference, odd-echo (another rate is announced), log-error.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/** Calls so far, one word each with a blank behind it: "initialize open-1 start-1 ...". Violations in capitals. */
+using FakeJournal = const char* (*)();
+/** All frames that were played (stereo), up to `capacity` samples. @return samples */
+using FakePlayed = std::size_t (*)(std::int16_t* samples, std::size_t capacity);

@@ -1,0 +1,32 @@
+#include "captured_streams.h"
+#include "devices/device_guid.h"
+
+#include <gtest/gtest.h>
+
+namespace directsound {
+namespace {
+
+TEST(DeviceGuidTest, GuidText_Parsed) {
+    const DeviceGuid parsed = parseDeviceGuid("{DEF00002-9C6D-47ED-AAF1-4DDA8F2B5C03}");
+    EXPECT_EQ(parsed.result, 0);
+    EXPECT_EQ(parsed.guid.Data1, 0xDEF00002U);
+    EXPECT_EQ(parsed.guid.Data4[7], 0x03);
+}
+
+TEST(DeviceGuidTest, OtherText_NoGuidWithReason) {
+    for (const char* text : {"", "Speaker", "{DEF00002-9C6D-47ED-AAF1-4DDA8F2B5C03", "{XYZ}"}) {
+        const DeviceGuid parsed = parseDeviceGuid(text);
+        EXPECT_EQ(parsed.result, -202) << text;
+        EXPECT_LT(parsed.hr, 0) << text;
+    }
+}
+
+TEST(DeviceGuidTest, TooLongText_TheConversionsCode) {
+    const CapturedStream error(std::cerr);
+    EXPECT_EQ(parseDeviceGuid(std::string(255, 'x')).result, -6);
+    EXPECT_EQ(error.text(), "buffer too small\n");
+    EXPECT_EQ(parseDeviceGuid(std::string(254, 'x')).result, -202);
+}
+
+} // namespace
+} // namespace directsound
