@@ -19,7 +19,8 @@ bench_owns_wine=
 
 bench_open() {
     bench_folder=$(mktemp -d)
-    export TMPDIR=$bench_folder # wineserver, for one, leaves a folder behind
+    # wineserver, for one, leaves a folder behind, and is looked for in the same place.
+    [ -n "${BENCH_WINEPREFIX:-}" ] || export TMPDIR=$bench_folder
     trap bench_close EXIT
     trap 'exit 129' HUP
     trap 'exit 130' INT
@@ -39,6 +40,11 @@ bench_close() {
 
 # ---------------------------------------------------------------------------------------------- processes
 
+# Sound is about time: a busy machine must not make gaps in what it plays. On Windows the plug-in's threads run at
+# time-critical priority; Wine can only inherit it. Where this is not allowed, everything still works on a calm machine.
+bench_real_time=()
+! chrt --rr 1 true 2>/dev/null || bench_real_time=(chrt --rr 1)
+
 bench_start() {
     "$@" &
     bench_pid=$!
@@ -55,7 +61,7 @@ bench_run() {
 }
 
 bench_end() {
-    local patience=50
+    local patience=100
     kill "$1" 2>/dev/null || true
     while kill -0 "$1" 2>/dev/null && [ $((patience--)) -gt 0 ]; do
         sleep 0.1
@@ -63,12 +69,6 @@ bench_end() {
     kill -KILL "$1" 2>/dev/null || true
     wait "$1" 2>/dev/null || true
     bench_forget "$1"
-}
-
-# Sound is about time: a busy machine must not make gaps in what it plays. On Windows the plug-in's threads run at
-# time-critical priority; Wine can only inherit it. Where this is not allowed, everything still works on a calm machine.
-bench_hurry() {
-    chrt --rr --pid 1 $$ 2>/dev/null || true
 }
 
 bench_forget() {
@@ -88,21 +88,20 @@ bench_fail() {
 
 bench_start_pulse() {
     local name modules=() patience=100
-    bench_hurry
     export PULSE_RUNTIME_PATH=$bench_folder/pulse PULSE_STATE_PATH=$bench_folder/pulse-state
     export PULSE_COOKIE=$bench_folder/pulse-cookie XDG_RUNTIME_DIR=$bench_folder
     export PULSE_SERVER=unix:$bench_folder/pulse/native
-    # By default Wine leaves only 5 ms between two looks at a stream, which makes gaps at the first hiccup.
-    export PULSE_LATENCY_MSEC=60
+    # By default the sink looks every 5 ms, which makes gaps at the first hiccup; with more than 40 ms capture comes
+    # in such bursts that echo references run out. 40 also makes 10 ms periods, of which 20 ms blocks are multiples.
+    export PULSE_LATENCY_MSEC=40
     unset PULSE_SINK PULSE_SOURCE PULSE_CLIENTCONFIG PULSE_DBUS_SERVER
     mkdir -m 700 "$PULSE_RUNTIME_PATH" "$PULSE_STATE_PATH"
     for name in "$@"; do
         modules+=(-L "module-null-sink $(bench_sink_arguments "$name")")
     done
     # Should this shell be killed without a chance to clean up, the daemon gets its signal from the kernel.
-    # The streams of a program that is gone must not route the next one's: no module remembers anything.
-    bench_start setpriv --pdeathsig TERM pulseaudio -n --daemonize=no --exit-idle-time=-1 --disallow-exit=no \
-        --use-pid-file=no --disable-shm=yes --realtime=yes --high-priority=yes --log-level=error \
+    bench_start "${bench_real_time[@]}" setpriv --pdeathsig TERM \
+        pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no --disable-shm=yes --log-level=error \
         "${modules[@]}" -L "module-native-protocol-unix auth-anonymous=1" 2>"$bench_folder/pulse.log"
     until pactl info >/dev/null 2>&1; do
         [ $((patience--)) -gt 0 ] || bench_fail "PulseAudio did not start: $(cat "$bench_folder/pulse.log")"
@@ -135,7 +134,7 @@ bench_start_wine() {
     export WINEPREFIX=$bench_folder/wine
     bench_owns_wine=yes
     bench_copy_template || bench_run wineboot -i >/dev/null 2>&1
-    wineserver -p 2>/dev/null # it and its services stay between two programs
+    "${bench_real_time[@]}" wineserver -p 2>/dev/null # it and its services stay between two programs
     bench_run wine cmd /c exit >/dev/null 2>&1 || bench_fail "Wine does not run in $WINEPREFIX"
 }
 
