@@ -173,7 +173,10 @@ TEST(Sound, WhatThePlayCursorPasses_IsHeard) {
     const NumberedChecker heard = b.speaker.checkHeard();
     EXPECT_EQ(heard.frames(), 960u);
     EXPECT_EQ(heard.breaks(), 0u);
-    EXPECT_EQ(heard.leadIn(), 48000u - 100u);
+    EXPECT_EQ(heard.leadIn(), 0u) << "a new buffer is not silent";
+    constexpr std::size_t kBegin = (48000 - 100) * 4;
+    EXPECT_EQ(b.speaker.heard.audio.at(kBegin - 1), std::byte{0x55});
+    EXPECT_EQ(b.speaker.heard.audio.at(kBegin), std::byte{0x00});
 }
 
 TEST(Sound, WhatIsCaptured_IsNumbered) {

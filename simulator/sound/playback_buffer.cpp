@@ -2,6 +2,7 @@
 #include "ring.h"
 #include "sound_system.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace simulator {
@@ -19,6 +20,8 @@ public:
           m_Format(secondary ? formatOf(*secondary->lpwfxFormat) : parent.device().primaryFormat) {
         if (secondary)
             m_Device.heard.format = m_Format;
+        // As memory comes: neither silence nor numbered audio.
+        std::ranges::fill(m_Ring.memory(), std::byte{0x55});
     }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
@@ -99,7 +102,8 @@ public:
                 if (m_LockedAndNotUnlocked)
                     m_World.findings.add("Secondary.Lock of " + m_Device.label() + " without unlock before");
                 m_LockedAndNotUnlocked = true;
-                return m_Ring.lock(offset, entire ? m_Ring.size() : bytes, first, firstBytes, second, secondBytes)
+                return m_Ring.lock(offset, entire ? m_Ring.size() : bytes, first, firstBytes, second, secondBytes,
+                                   m_Device.lockSplit)
                            ? DS_OK
                            : DSERR_INVALIDPARAM;
             },

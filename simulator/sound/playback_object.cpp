@@ -77,6 +77,10 @@ private:
                            std::to_string(description.dwBufferBytes);
         if (description.lpwfxFormat)
             text += " " + describe(*description.lpwfxFormat);
+        if (description.dwReserved != 0)
+            text += " reserved " + std::to_string(description.dwReserved);
+        if (constexpr GUID none{}; std::memcmp(&description.guid3DAlgorithm, &none, sizeof(GUID)) != 0)
+            text += " 3D";
         return text;
     }
 
