@@ -6,16 +6,22 @@
 namespace simulator {
 namespace {
 
-std::string key(int direction, const std::string& id) { return std::to_string(direction) + id; }
+std::string key(int direction, const std::string& id) {
+    return std::to_string(direction) + id;
+}
 
-int number(Direction direction) { return static_cast<int>(direction); }
+int number(Direction direction) {
+    return static_cast<int>(direction);
+}
 
 std::vector<std::byte> copy(const void* data, std::size_t bytes) {
     const auto* begin = static_cast<const std::byte*>(data);
     return {begin, begin + bytes};
 }
 
-std::string threadName() { return Scheduler::current() ? Scheduler::current()->name : "?"; }
+std::string threadName() {
+    return Scheduler::current() ? Scheduler::current()->name : "?";
+}
 
 } // namespace
 
@@ -53,13 +59,13 @@ Opened Client::open(int direction, const std::string& id, std::uint32_t contextI
 }
 
 BackendResult Client::start(const Device& device, std::uint32_t contextId) {
-    return m_Sim.exports().orvosoundbackend_startDevice(
-        backend, static_cast<DeviceDirection>(device.direction()), device.id().c_str(), contextId);
+    return m_Sim.exports().orvosoundbackend_startDevice(backend, static_cast<DeviceDirection>(device.direction()),
+                                                        device.id().c_str(), contextId);
 }
 
 BackendResult Client::stop(const Device& device, std::uint32_t contextId) {
-    return m_Sim.exports().orvosoundbackend_stopDevice(
-        backend, static_cast<DeviceDirection>(device.direction()), device.id().c_str(), contextId);
+    return m_Sim.exports().orvosoundbackend_stopDevice(backend, static_cast<DeviceDirection>(device.direction()),
+                                                       device.id().c_str(), contextId);
 }
 
 BackendResult Client::close(const Device& device, std::uint32_t contextId) {
@@ -101,8 +107,8 @@ std::vector<ListedDevice> Client::list(Direction direction) {
         static_cast<std::vector<ListedDevice>*>(list)->push_back({0, record->id, record->name, *record});
         return 0;
     };
-    const BackendResult result = m_Sim.exports().orvosoundbackend_enumDevices(
-        backend, static_cast<DeviceDirection>(direction), add, &devices);
+    const BackendResult result =
+        m_Sim.exports().orvosoundbackend_enumDevices(backend, static_cast<DeviceDirection>(direction), add, &devices);
     if (result != 0)
         problem("enumDevices answered " + std::to_string(result));
     return devices;
@@ -141,7 +147,9 @@ void Client::closeAndFinalize(const std::vector<const Device*>& devices, std::ui
     finalize();
 }
 
-void Client::problem(const std::string& text) { m_Sim.findings().add(text); }
+void Client::problem(const std::string& text) {
+    m_Sim.findings().add(text);
+}
 
 std::vector<std::string> Client::logTexts(std::int32_t level) const {
     std::vector<std::string> texts;
@@ -221,8 +229,9 @@ void Client::capture(void* client, const char* device, AudioBlock* block, AudioB
     if (self.keepBlocks) {
         const Format& format = self.m_Formats[key(number(Direction::capture), device)];
         const auto frames = static_cast<std::size_t>(block->frameCount);
-        CapturedBlock kept{self.m_Sim.now(), device, block->contextId, block->flag, block->frameCount,
-                           copy(block->samples, frames * format.frameBytes())};
+        CapturedBlock kept{self.m_Sim.now(),  device,
+                           block->contextId,  block->flag,
+                           block->frameCount, copy(block->samples, frames * format.frameBytes())};
         if (echo) {
             kept.hasEcho = true;
             kept.echoContextId = echo->contextId;

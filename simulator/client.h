@@ -141,7 +141,7 @@ private:
     void problem(const std::string& text);
 
     Simulation& m_Sim;
-    std::map<std::string, Format> m_Formats;      // by direction and identifier, as open told
+    std::map<std::string, Format> m_Formats;       // by direction and identifier, as open told
     std::map<std::string, std::uint64_t> m_Frames; // next numbered frame to play
     std::uint32_t m_EchoMask = 0;
     std::string m_AudioCallback; // the device whose audio callback runs

@@ -7,7 +7,9 @@
 namespace simulator {
 namespace {
 
-Nanoseconds nanoseconds(double milliseconds) { return static_cast<Nanoseconds>(milliseconds * kMillisecond); }
+Nanoseconds nanoseconds(double milliseconds) {
+    return static_cast<Nanoseconds>(milliseconds * kMillisecond);
+}
 
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> found;
@@ -37,7 +39,7 @@ std::string Report::text() const {
 
 Simulation::Simulation(const std::filesystem::path& dll) : m_Table(std::make_unique<ImportTable>(dll)) {
 #define SIMULATOR_LOAD(name)                                                                                         \
-    m_Exports.name = reinterpret_cast<name##_fn>(m_Table->exported(#name));                                           \
+    m_Exports.name = reinterpret_cast<name##_fn>(m_Table->exported(#name));                                          \
     if (!m_Exports.name)                                                                                             \
         throw std::runtime_error("the DLL does not export " #name);
     ORVOSOUNDBACKEND_EXPORTS(SIMULATOR_LOAD)
@@ -80,7 +82,7 @@ void Simulation::setPolicy(std::unique_ptr<Policy> policy) {
 // and exception state, a pool of thread records. So that the book shows the plug-in's own doings only, that happens
 // before it is opened, on as many threads at once as a scenario may have.
 void Simulation::warmUp() {
-    constexpr unsigned kThreads = 12;
+    constexpr unsigned kThreads = 8;
     Script script = std::move(m_World.script);
     m_World.script = Script();
     m_World.script.on("DirectSoundEnumerateW").fails();
@@ -91,7 +93,7 @@ void Simulation::warmUp() {
     for (unsigned i = 0; i < kThreads; ++i) {
         thread("warm-up", [&] {
             DirectSoundBackend* backend = nullptr;
-            m_Exports.orvosoundbackend_isSupported();              // one line on standard output
+            m_Exports.orvosoundbackend_isSupported();               // one line on standard output
             m_Exports.orvosoundbackend_initialize(&backend, &none); // one line on standard error
             ++there;
             m_World.scheduler.wait(kNever, [&] { return there == kThreads; });
@@ -142,15 +144,15 @@ Report Simulation::run(std::function<void()> scenario) {
 }
 
 void Simulation::checkLedger() {
-    for (const Kind kind : {Kind::event, Kind::threadHandle, Kind::section, Kind::interfacePointer,
-                            Kind::comInitialization, Kind::timerPeriod, Kind::window, Kind::taskMemory,
-                            Kind::localMemory}) {
+    for (const Kind kind :
+         {Kind::event, Kind::threadHandle, Kind::section, Kind::interfacePointer, Kind::comInitialization,
+          Kind::timerPeriod, Kind::window, Kind::taskMemory, Kind::localMemory}) {
         const std::size_t open = m_World.ledger.open(kind);
         const std::size_t expected = expectedLeft(kind);
         if (open == expected)
             continue;
-        std::string text = std::to_string(open) + " left of kind " + nameOf(kind) + " instead of " +
-                           std::to_string(expected) + ":";
+        std::string text =
+            std::to_string(open) + " left of kind " + nameOf(kind) + " instead of " + std::to_string(expected) + ":";
         for (const std::string& line : m_World.ledger.describeOpen(kind))
             text += " " + line + ";";
         m_World.findings.add(text);
@@ -168,7 +170,9 @@ double Simulation::now() const {
     return static_cast<double>(m_World.scheduler.now()) / static_cast<double>(kMillisecond);
 }
 
-void Simulation::advance(double milliseconds) { m_World.scheduler.spend(nanoseconds(milliseconds)); }
+void Simulation::advance(double milliseconds) {
+    m_World.scheduler.spend(nanoseconds(milliseconds));
+}
 
 bool Simulation::advanceUntil(const std::function<bool()>& holds, double limitMilliseconds) {
     const double end = now() + limitMilliseconds;
@@ -188,8 +192,12 @@ ClientThread Simulation::patientThread(std::string name, std::function<void()> b
     return ClientThread(m_World.scheduler.spawn(std::move(name), ThreadKind::patient, std::move(body)));
 }
 
-std::vector<std::string> Simulation::errorLines() const { return lines(m_World.streams.error); }
+std::vector<std::string> Simulation::errorLines() const {
+    return lines(m_World.streams.error);
+}
 
-std::vector<std::string> Simulation::outputLines() const { return lines(m_World.streams.out); }
+std::vector<std::string> Simulation::outputLines() const {
+    return lines(m_World.streams.out);
+}
 
 } // namespace simulator

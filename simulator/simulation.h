@@ -16,10 +16,9 @@
 // One simulation exists at a time, and it runs once.
 #pragma once
 
+#include "orvosoundbackend.h"
 #include "platform/world.h"
 #include "sound/sound_system.h"
-
-#include "orvosoundbackend.h"
 
 #include <filesystem>
 #include <functional>
@@ -91,7 +90,9 @@ public:
     // Before run; a scenario that is already running changes it from there on.
     void setPolicy(std::unique_ptr<Policy> policy);
     void randomSchedule(std::uint64_t seed) { setPolicy(simulator::randomSchedule(seed)); }
-    void forceSwitches(std::map<std::uint64_t, std::size_t> switches) { setPolicy(forcedSwitches(std::move(switches))); }
+    void forceSwitches(std::map<std::uint64_t, std::size_t> switches) {
+        setPolicy(forcedSwitches(std::move(switches)));
+    }
     void keepWholeTrace() { m_World.scheduler.trace().keep(0); }
     // Without guard pages: for runs of very many blocks.
     void plainHeap() { m_World.heap.setMode(GuardHeap::Mode::plain); }

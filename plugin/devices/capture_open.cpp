@@ -75,6 +75,7 @@ BackendResult CaptureDeviceContext::createBuffer(WAVEFORMATEX& request) {
     if (FAILED(hr))
         return report(ORVO_CREATECAPTUREBUFFER, hr);
     hr = buffer->QueryInterface(IID_IDirectSoundCaptureBuffer8, m_CaptureBuffer.putVoid());
+    buffer.reset();
     return FAILED(hr) ? report(ORVO_CREATECAPTUREBUFFER_INTF, hr) : ORVO_OK;
 }
 

@@ -115,6 +115,7 @@ BackendResult RenderDeviceContext::createBuffer(WAVEFORMATEXTENSIBLE& format) {
     if (FAILED(hr))
         return report(ORVO_CREATEBUFFER, hr);
     hr = buffer->QueryInterface(IID_IDirectSoundBuffer8, m_Buffer.putVoid());
+    buffer.reset();
     return FAILED(hr) ? report(ORVO_CREATEBUFFER, hr) : ORVO_OK;
 }
 

@@ -11,6 +11,7 @@ template <typename... Pieces>
 [[nodiscard]] std::string message(const Pieces&... pieces) {
     std::ostringstream stream;
     stream.imbue(std::locale::classic());
+    stream.exceptions(std::ios_base::badbit); // or a stream that runs out of memory passes for a shorter text
     (stream << ... << pieces);
     return stream.str();
 }

@@ -30,6 +30,7 @@ DeviceMonitor::DeviceMonitor(const BackendCallbacks& callbacks) : m_Callbacks(ca
         writeErrorLine("Error int CreateEvent");
         return;
     }
+    m_DefaultWatch.emplace();
     rescan(Scan::Initial);
     m_Thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, threadProcedure, this, 0, nullptr));
 }

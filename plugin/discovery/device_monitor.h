@@ -12,6 +12,8 @@
 
 #include <windows.h>
 
+#include <optional>
+
 namespace directsound {
 
 class ComApartment;
@@ -57,7 +59,7 @@ private:
 
     // Touched by the constructor and the monitor thread only.
     const BackendCallbacks m_Callbacks;
-    DefaultWatch m_DefaultWatch;
+    std::optional<DefaultWatch> m_DefaultWatch; ///< Made by the constructor, unless it stops early.
     DefaultGuids m_DefaultGuids{};
 
     // Guarded by m_Lock.

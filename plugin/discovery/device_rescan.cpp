@@ -38,7 +38,7 @@ void DeviceMonitor::rescan(Scan scan) {
 
 bool DeviceMonitor::listingNeeded(Scan scan) {
     const bool initial = scan == Scan::Initial;
-    const auto [countsChanged, defaultChanged] = m_DefaultWatch.look();
+    const auto [countsChanged, defaultChanged] = m_DefaultWatch->look();
     if (!initial && !countsChanged && !defaultChanged)
         return false;
     if (!initial && !defaultChanged)

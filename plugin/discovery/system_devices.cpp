@@ -3,6 +3,8 @@
 #include "diagnostics/text_conversion.h"
 #include "platform/directsound.h"
 
+#include <new>
+
 namespace directsound {
 namespace {
 
@@ -33,7 +35,10 @@ BOOL CALLBACK addDevice(GUID* guid, const wchar_t* description, const wchar_t* /
 template <typename Enumerate>
 bool list(Enumerate enumerate, DeviceMap& devices) {
     Listing listing{devices};
-    return SUCCEEDED(enumerate(addDevice, &listing)) && !listing.outOfMemory;
+    const HRESULT hr = enumerate(addDevice, &listing);
+    if (listing.outOfMemory)
+        throw std::bad_alloc();
+    return SUCCEEDED(hr);
 }
 
 } // namespace

@@ -27,9 +27,13 @@ private:
     CRITICAL_SECTION& m_Lock;
 };
 
-void* pointer(std::uintptr_t address) { return reinterpret_cast<void*>(address); }
+void* pointer(std::uintptr_t address) {
+    return reinterpret_cast<void*>(address);
+}
 
-std::uintptr_t roundUp(std::uintptr_t value, std::uintptr_t unit) { return (value + unit - 1) / unit * unit; }
+std::uintptr_t roundUp(std::uintptr_t value, std::uintptr_t unit) {
+    return (value + unit - 1) / unit * unit;
+}
 
 } // namespace
 
@@ -208,9 +212,9 @@ LONG CALLBACK GuardHeap::onException(EXCEPTION_POINTERS* exception) {
     const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
     if (!g_Heap || record.ExceptionCode != EXCEPTION_ACCESS_VIOLATION || record.NumberParameters < 2)
         return EXCEPTION_CONTINUE_SEARCH;
-    const bool explained = g_Heap->explain(record.ExceptionInformation[1],
-                                           reinterpret_cast<std::uintptr_t>(record.ExceptionAddress),
-                                           record.ExceptionInformation[0] == 1);
+    const bool explained =
+        g_Heap->explain(record.ExceptionInformation[1], reinterpret_cast<std::uintptr_t>(record.ExceptionAddress),
+                        record.ExceptionInformation[0] == 1);
     return explained ? EXCEPTION_CONTINUE_EXECUTION : EXCEPTION_CONTINUE_SEARCH;
 }
 

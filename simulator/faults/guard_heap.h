@@ -10,13 +10,13 @@
 
 #include "findings.h"
 
+#include <windows.h>
+
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
-
-#include <windows.h>
 
 namespace simulator {
 

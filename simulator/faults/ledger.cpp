@@ -42,9 +42,13 @@ const char* nameOf(Kind kind) {
     return "thing";
 }
 
-Ledger::Ledger() : m_Lock() { InitializeCriticalSection(&m_Lock); }
+Ledger::Ledger() : m_Lock() {
+    InitializeCriticalSection(&m_Lock);
+}
 
-Ledger::~Ledger() { DeleteCriticalSection(&m_Lock); }
+Ledger::~Ledger() {
+    DeleteCriticalSection(&m_Lock);
+}
 
 void Ledger::start() {
     const Guard guard(m_Lock);

@@ -1,12 +1,12 @@
 // Everything that the code under test took from the platform and has not given back yet.
 #pragma once
 
+#include <windows.h>
+
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
-
-#include <windows.h>
 
 namespace simulator {
 

@@ -6,6 +6,8 @@
 
 #include "../schedule/trace.h"
 
+#include <windows.h>
+
 #include <deque>
 #include <functional>
 #include <map>
@@ -13,8 +15,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <windows.h>
 
 namespace simulator {
 

@@ -41,7 +41,8 @@ std::vector<ImportTable::Slot> ImportTable::slots() const {
     const IMAGE_DATA_DIRECTORY& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
     if (directory.VirtualAddress == 0)
         return found;
-    for (auto* module = at<IMAGE_IMPORT_DESCRIPTOR>(m_Module, directory.VirtualAddress); module->Name != 0; ++module) {
+    for (auto* module = at<IMAGE_IMPORT_DESCRIPTOR>(m_Module, directory.VirtualAddress); module->Name != 0;
+         ++module) {
         const auto* name = at<IMAGE_THUNK_DATA>(m_Module, module->OriginalFirstThunk);
         auto* slot = at<void*>(m_Module, module->FirstThunk);
         for (; name->u1.AddressOfData != 0; ++name, ++slot) {

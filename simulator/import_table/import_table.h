@@ -4,13 +4,13 @@
 // keeps the real functions. A function that the DLL does not import is no error: it simply cannot be called.
 #pragma once
 
+#include <windows.h>
+
 #include <filesystem>
 #include <map>
 #include <span>
 #include <string>
 #include <vector>
-
-#include <windows.h>
 
 namespace simulator {
 

@@ -8,7 +8,9 @@
 namespace simulator {
 namespace {
 
-std::uintptr_t threadKey() { return static_cast<std::uintptr_t>(Scheduler::current()->number); }
+std::uintptr_t threadKey() {
+    return static_cast<std::uintptr_t>(Scheduler::current()->number);
+}
 
 // The real COM stays out of it: nothing that is simulated needs it.
 HRESULT WINAPI initialize(LPVOID reserved, DWORD flags) {
@@ -104,9 +106,9 @@ BOOL WINAPI destroyWindow(HWND window) {
 
 std::vector<Replacement> comFunctions() {
     return {
-        replacement("CoInitializeEx", &initialize),      replacement("CoUninitialize", &uninitialize),
+        replacement("CoInitializeEx", &initialize),       replacement("CoUninitialize", &uninitialize),
         replacement("StringFromCLSID", &stringFromClsid), replacement("CLSIDFromString", &clsidFromString),
-        replacement("CoTaskMemFree", &taskMemFree),      replacement("CreateWindowExW", &createWindow),
+        replacement("CoTaskMemFree", &taskMemFree),       replacement("CreateWindowExW", &createWindow),
         replacement("DestroyWindow", &destroyWindow),
     };
 }

@@ -50,9 +50,9 @@ HANDLE WINAPI createEvent(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL sign
         return CreateEventW(security, manual, signalled, name);
     if (name || security)
         w->findings.add("CreateEventW with a name or a security descriptor");
-    return w->call<HANDLE>("CreateEventW", "", nullptr,
-                           [&] { return w->kernel.createEvent(manual != FALSE, signalled != FALSE); },
-                           manual ? "manual reset" : "auto reset");
+    return w->call<HANDLE>(
+        "CreateEventW", "", nullptr, [&] { return w->kernel.createEvent(manual != FALSE, signalled != FALSE); },
+        manual ? "manual reset" : "auto reset");
 }
 
 BOOL WINAPI setEvent(HANDLE event) {
@@ -80,9 +80,12 @@ DWORD WINAPI waitForSingle(HANDLE handle, DWORD milliseconds) {
     World* w = scheduledWorld();
     if (!w || (handle && !w->kernel.owns(handle)))
         return WaitForSingleObject(handle, milliseconds);
-    return w->call<DWORD>("WaitForSingleObject", w->kernel.nameOf(handle), WAIT_FAILED,
-                          [&] { return w->kernel.waitForAny({&handle, 1}, milliseconds); },
-                          milliseconds == INFINITE ? "INFINITE" : std::to_string(milliseconds));
+    return w->call<DWORD>(
+        "WaitForSingleObject", w->kernel.nameOf(handle), WAIT_FAILED,
+        [&] {
+            return w->kernel.waitForAny({&handle, 1}, milliseconds);
+        },
+        milliseconds == INFINITE ? "INFINITE" : std::to_string(milliseconds));
 }
 
 DWORD WINAPI waitForMultiple(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
@@ -97,9 +100,12 @@ DWORD WINAPI waitForMultiple(DWORD count, const HANDLE* handles, BOOL all, DWORD
     std::string names;
     for (DWORD i = 0; i < count; ++i)
         names += (i > 0 ? " " : "") + w->kernel.nameOf(handles[i]);
-    return w->call<DWORD>("WaitForMultipleObjects", names, WAIT_FAILED,
-                          [&] { return w->kernel.waitForAny({handles, count}, milliseconds); },
-                          milliseconds == INFINITE ? "INFINITE" : std::to_string(milliseconds));
+    return w->call<DWORD>(
+        "WaitForMultipleObjects", names, WAIT_FAILED,
+        [&] {
+            return w->kernel.waitForAny({handles, count}, milliseconds);
+        },
+        milliseconds == INFINITE ? "INFINITE" : std::to_string(milliseconds));
 }
 
 std::uintptr_t __cdecl beginThread(void* security, unsigned stack, unsigned(__stdcall* start)(void*), void* argument,
@@ -130,8 +136,8 @@ BOOL WINAPI setThreadPriority(HANDLE thread, int priority) {
     if (!w || thread != GetCurrentThread())
         return SetThreadPriority(thread, priority);
     return w->call(
-        "SetThreadPriority", "", FALSE,
-        [&]() -> BOOL { return Scheduler::current()->priority = priority, TRUE; }, std::to_string(priority));
+        "SetThreadPriority", "", FALSE, [&]() -> BOOL { return Scheduler::current()->priority = priority, TRUE; },
+        std::to_string(priority));
 }
 
 void WINAPI sleep(DWORD milliseconds) {

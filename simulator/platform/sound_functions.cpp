@@ -7,13 +7,13 @@
 namespace simulator {
 namespace {
 
-constexpr GUID kDefaultVoicePlayback = {
-    0xdef00002, 0x9c6d, 0x47ed, {0xaa, 0xf1, 0x4d, 0xda, 0x8f, 0x2b, 0x5c, 0x03}};
-constexpr GUID kDefaultVoiceCapture = {
-    0xdef00003, 0x9c6d, 0x47ed, {0xaa, 0xf1, 0x4d, 0xda, 0x8f, 0x2b, 0x5c, 0x03}};
+constexpr GUID kDefaultVoicePlayback = {0xdef00002, 0x9c6d, 0x47ed, {0xaa, 0xf1, 0x4d, 0xda, 0x8f, 0x2b, 0x5c, 0x03}};
+constexpr GUID kDefaultVoiceCapture = {0xdef00003, 0x9c6d, 0x47ed, {0xaa, 0xf1, 0x4d, 0xda, 0x8f, 0x2b, 0x5c, 0x03}};
 constexpr UINT kPreferredVoiceDevice = 0x2017; // DRVM_MAPPER_CONSOLEVOICECOM_GET
 
-bool same(const GUID& a, const GUID& b) { return std::memcmp(&a, &b, sizeof(GUID)) == 0; }
+bool same(const GUID& a, const GUID& b) {
+    return std::memcmp(&a, &b, sizeof(GUID)) == 0;
+}
 
 HRESULT WINAPI createPlayback(LPCGUID guid, LPDIRECTSOUND8* object, LPUNKNOWN outer) {
     World* w = scheduledWorld();
@@ -68,13 +68,17 @@ HRESULT WINAPI getDeviceId(LPCGUID wanted, LPGUID found) {
         return DSERR_NODRIVER;
     const bool playback = wanted && same(*wanted, kDefaultVoicePlayback);
     const bool capture = wanted && same(*wanted, kDefaultVoiceCapture);
-    return w->call<HRESULT>("GetDeviceID", playback ? "playback" : capture ? "capture" : "", DSERR_NODRIVER,
-                            [&]() -> HRESULT {
+    return w->call<HRESULT>("GetDeviceID",
+                            playback  ? "playback"
+                            : capture ? "capture"
+                                      : "",
+                            DSERR_NODRIVER, [&]() -> HRESULT {
                                 if (!playback && !capture) {
                                     w->findings.add("GetDeviceID for something else than the default voice devices");
                                     return DSERR_INVALIDPARAM;
                                 }
-                                const auto guid = w->sound->defaultVoice(playback ? Direction::playback : Direction::capture);
+                                const auto guid =
+                                    w->sound->defaultVoice(playback ? Direction::playback : Direction::capture);
                                 if (!guid)
                                     return DSERR_NODRIVER;
                                 *found = *guid;
@@ -117,18 +121,20 @@ MMRESULT WINAPI outputCaps(UINT_PTR number, LPWAVEOUTCAPSW caps, UINT size) {
     World* w = scheduledWorld();
     if (!w || !w->sound)
         return waveOutGetDevCapsW(number, caps, size);
-    return w->call<MMRESULT>("waveOutGetDevCapsW", "", MMSYSERR_NODRIVER,
-                             [&] { return describeWave(*w, Direction::playback, number, caps, size); },
-                             std::to_string(number) + " size " + std::to_string(size));
+    return w->call<MMRESULT>(
+        "waveOutGetDevCapsW", "", MMSYSERR_NODRIVER,
+        [&] { return describeWave(*w, Direction::playback, number, caps, size); },
+        std::to_string(number) + " size " + std::to_string(size));
 }
 
 MMRESULT WINAPI inputCaps(UINT_PTR number, LPWAVEINCAPSW caps, UINT size) {
     World* w = scheduledWorld();
     if (!w || !w->sound)
         return waveInGetDevCapsW(number, caps, size);
-    return w->call<MMRESULT>("waveInGetDevCapsW", "", MMSYSERR_NODRIVER,
-                             [&] { return describeWave(*w, Direction::capture, number, caps, size); },
-                             std::to_string(number) + " size " + std::to_string(size));
+    return w->call<MMRESULT>(
+        "waveInGetDevCapsW", "", MMSYSERR_NODRIVER,
+        [&] { return describeWave(*w, Direction::capture, number, caps, size); },
+        std::to_string(number) + " size " + std::to_string(size));
 }
 
 MMRESULT preferred(World& w, Direction direction, UINT message, DWORD_PTR number, DWORD_PTR flags) {
@@ -137,7 +143,8 @@ MMRESULT preferred(World& w, Direction direction, UINT message, DWORD_PTR number
     const auto guid = w.sound->defaultVoice(direction);
     const std::vector<Device*> devices = w.sound->present(direction);
     const auto device = std::ranges::find_if(devices, [&](Device* d) { return guid && same(d->guid(), *guid); });
-    *reinterpret_cast<DWORD*>(number) = device == devices.end() ? WAVE_MAPPER : static_cast<DWORD>(device - devices.begin());
+    *reinterpret_cast<DWORD*>(number) =
+        device == devices.end() ? WAVE_MAPPER : static_cast<DWORD>(device - devices.begin());
     *reinterpret_cast<DWORD*>(flags) = 0;
     return MMSYSERR_NOERROR;
 }
@@ -151,18 +158,20 @@ MMRESULT WINAPI outputMessage(HWAVEOUT device, UINT message, DWORD_PTR first, DW
     World* w = scheduledWorld();
     if (!w || !w->sound)
         return waveOutMessage(device, message, first, second);
-    return w->call<MMRESULT>("waveOutMessage", "", MMSYSERR_NODRIVER,
-                             [&] { return isMapper(device) ? preferred(*w, Direction::playback, message, first, second)
-                                                           : static_cast<MMRESULT>(MMSYSERR_BADDEVICEID); });
+    return w->call<MMRESULT>("waveOutMessage", "", MMSYSERR_NODRIVER, [&] {
+        return isMapper(device) ? preferred(*w, Direction::playback, message, first, second)
+                                : static_cast<MMRESULT>(MMSYSERR_BADDEVICEID);
+    });
 }
 
 MMRESULT WINAPI inputMessage(HWAVEIN device, UINT message, DWORD_PTR first, DWORD_PTR second) {
     World* w = scheduledWorld();
     if (!w || !w->sound)
         return waveInMessage(device, message, first, second);
-    return w->call<MMRESULT>("waveInMessage", "", MMSYSERR_NODRIVER,
-                             [&] { return isMapper(device) ? preferred(*w, Direction::capture, message, first, second)
-                                                           : static_cast<MMRESULT>(MMSYSERR_BADDEVICEID); });
+    return w->call<MMRESULT>("waveInMessage", "", MMSYSERR_NODRIVER, [&] {
+        return isMapper(device) ? preferred(*w, Direction::capture, message, first, second)
+                                : static_cast<MMRESULT>(MMSYSERR_BADDEVICEID);
+    });
 }
 
 } // namespace

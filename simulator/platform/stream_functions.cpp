@@ -49,7 +49,7 @@ int __cdecl flush(std::FILE* stream) {
 
 std::vector<Replacement> streamFunctions() {
     return {
-        replacement("fwrite", &write), replacement("fputc", &writeCharacter), replacement("putc", &writeCharacter),
+        replacement("fwrite", &write),    replacement("fputc", &writeCharacter), replacement("putc", &writeCharacter),
         replacement("fputs", &writeText), replacement("fflush", &flush),
     };
 }

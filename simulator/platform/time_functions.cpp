@@ -1,11 +1,11 @@
 // Multimedia timer, performance counter, version of the system.
 #include "world.h"
 
-#include <tuple>
-
 #include <windows.h>
 
 #include <mmsystem.h>
+
+#include <tuple>
 
 namespace simulator {
 namespace {

@@ -7,9 +7,13 @@ World* g_World = nullptr;
 
 } // namespace
 
-World* world() { return g_World; }
+World* world() {
+    return g_World;
+}
 
-void setWorld(World* world) { g_World = world; }
+void setWorld(World* world) {
+    g_World = world;
+}
 
 std::string World::whereAndWhen() const {
     const ThreadState* thread = Scheduler::current();

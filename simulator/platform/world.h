@@ -31,11 +31,11 @@ struct SystemScript {
     DWORD majorVersion = 10;
     DWORD minorVersion = 0;
     DWORD servicePack = 0;
-    DWORD timerMinimum = 1;         // milliseconds, as timeGetDevCaps answers
-    DWORD clockStart = 1'000'000;   // timeGetTime at the begin; near 2^32 to see it wrap
+    DWORD timerMinimum = 1;       // milliseconds, as timeGetDevCaps answers
+    DWORD clockStart = 1'000'000; // timeGetTime at the begin; near 2^32 to see it wrap
     long long counterFrequency = 10'000'000;
     long long counterStart = 5'000'000'000;
-    std::map<DWORD, std::wstring> messages;        // FormatMessageW answers these; "" means there is none
+    std::map<DWORD, std::wstring> messages;          // FormatMessageW answers these; "" means there is none
     std::optional<unsigned> waveOutputs, waveInputs; // otherwise the present devices are counted
 };
 
@@ -67,7 +67,9 @@ World* world();
 void setWorld(World* world);
 
 // The world, when the calling thread belongs to it; calls of other threads go to the real system.
-inline World* scheduledWorld() { return Scheduler::current() ? world() : nullptr; }
+inline World* scheduledWorld() {
+    return Scheduler::current() ? world() : nullptr;
+}
 
 // --- the replaced functions, by header of the system ---
 std::vector<Replacement> kernelFunctions();

@@ -50,7 +50,9 @@ Kernel::Object& Kernel::object(HANDLE handle) {
     return m_Objects[(reinterpret_cast<std::uintptr_t>(handle) - kFirstHandle) / kHandleStep];
 }
 
-const Kernel::Object& Kernel::object(HANDLE handle) const { return const_cast<Kernel*>(this)->object(handle); }
+const Kernel::Object& Kernel::object(HANDLE handle) const {
+    return const_cast<Kernel*>(this)->object(handle);
+}
 
 std::string Kernel::nameOf(HANDLE handle) const {
     if (!owns(handle))

@@ -51,9 +51,13 @@ private:
 
 } // namespace
 
-std::unique_ptr<Policy> runUntilBlocked() { return std::make_unique<RunUntilBlocked>(); }
+std::unique_ptr<Policy> runUntilBlocked() {
+    return std::make_unique<RunUntilBlocked>();
+}
 
-std::unique_ptr<Policy> randomSchedule(std::uint64_t seed) { return std::make_unique<RandomSchedule>(seed); }
+std::unique_ptr<Policy> randomSchedule(std::uint64_t seed) {
+    return std::make_unique<RandomSchedule>(seed);
+}
 
 std::unique_ptr<Policy> forcedSwitches(std::map<std::uint64_t, std::size_t> switches) {
     return std::make_unique<ForcedSwitches>(std::move(switches));

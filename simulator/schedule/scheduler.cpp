@@ -1,10 +1,10 @@
 #include "scheduler.h"
 
+#include <process.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-
-#include <process.h>
 
 namespace simulator {
 namespace {
@@ -18,11 +18,17 @@ constexpr DWORD kRealLimitMilliseconds = 300'000;
 
 } // namespace
 
-Scheduler::Scheduler() { g_Scheduler = this; }
+Scheduler::Scheduler() {
+    g_Scheduler = this;
+}
 
-Scheduler::~Scheduler() { g_Scheduler = nullptr; }
+Scheduler::~Scheduler() {
+    g_Scheduler = nullptr;
+}
 
-ThreadState* Scheduler::current() { return t_Current; }
+ThreadState* Scheduler::current() {
+    return t_Current;
+}
 
 Scheduler::Ended Scheduler::run(std::function<void()> body) {
     ThreadState& first = spawn("client", ThreadKind::client, std::move(body));
@@ -259,6 +265,8 @@ std::vector<const ThreadState*> Scheduler::living(ThreadKind kind) const {
 std::string Scheduler::describeThreads() const {
     std::string text;
     for (const auto& thread : m_Threads) {
+        if (thread->is == ThreadState::Is::finished)
+            continue;
         text += "  " + thread->name;
         switch (thread->is) {
         case ThreadState::Is::ready:
@@ -269,7 +277,6 @@ std::string Scheduler::describeThreads() const {
             text += " since " + std::to_string(thread->waitingSince / kMillisecond) + " ms\n";
             break;
         case ThreadState::Is::finished:
-            text += ": has ended\n";
             break;
         }
     }

@@ -12,13 +12,13 @@
 #include "policy.h"
 #include "trace.h"
 
+#include <windows.h>
+
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <windows.h>
 
 namespace simulator {
 
@@ -35,11 +35,11 @@ struct ThreadState {
     std::string name;
     ThreadKind kind = ThreadKind::plugin;
     Is is = Is::ready;
-    bool timedOut = false;                // how the last wait ended
-    Nanoseconds deadline = kNever;        // of the current wait
-    Nanoseconds waitingSince = 0;         // begin of the current wait
-    std::function<bool()> canBeTaken;     // a wait for something that whoever comes first gets, e.g. a section
-    std::uint64_t order = 0;              // since when it can run or waits, as a counter
+    bool timedOut = false;            // how the last wait ended
+    Nanoseconds deadline = kNever;    // of the current wait
+    Nanoseconds waitingSince = 0;     // begin of the current wait
+    std::function<bool()> canBeTaken; // a wait for something that whoever comes first gets, e.g. a section
+    std::uint64_t order = 0;          // since when it can run or waits, as a counter
     unsigned pointsWithoutWait = 0;
     int priority = 0;
     std::function<void()> body;
@@ -50,9 +50,9 @@ struct ThreadState {
 class Scheduler {
 public:
     enum class Ended {
-        complete,  // all client threads returned
-        deadlock,  // nobody can run and nothing will ever wake anybody
-        hang,      // a client thread waited longer than hangLimit in one wait
+        complete, // all client threads returned
+        deadlock, // nobody can run and nothing will ever wake anybody
+        hang,     // a client thread waited longer than hangLimit in one wait
     };
 
     Scheduler();

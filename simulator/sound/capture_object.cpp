@@ -50,15 +50,18 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE GetFormat(LPWAVEFORMATEX format, DWORD capacity, LPDWORD written) override {
-        return method("GetFormat", [&]() -> HRESULT {
-            const std::vector<std::byte> record = waveRecord(m_Format);
-            if (written)
-                *written = static_cast<DWORD>(record.size());
-            if (!format)
-                return written ? DS_OK : DSERR_INVALIDPARAM;
-            std::memcpy(format, record.data(), std::min<std::size_t>(capacity, record.size()));
-            return capacity < record.size() ? DSERR_INVALIDPARAM : DS_OK;
-        }, "capacity " + std::to_string(capacity));
+        return method(
+            "GetFormat",
+            [&]() -> HRESULT {
+                const std::vector<std::byte> record = waveRecord(m_Format);
+                if (written)
+                    *written = static_cast<DWORD>(record.size());
+                if (!format)
+                    return written ? DS_OK : DSERR_INVALIDPARAM;
+                std::memcpy(format, record.data(), std::min<std::size_t>(capacity, record.size()));
+                return capacity < record.size() ? DSERR_INVALIDPARAM : DS_OK;
+            },
+            "capacity " + std::to_string(capacity));
     }
     HRESULT STDMETHODCALLTYPE GetStatus(LPDWORD status) override {
         return method("GetStatus", [&]() -> HRESULT {
@@ -75,11 +78,13 @@ public:
             "Lock",
             [&]() -> HRESULT {
                 catchUp();
-                if (m_Ring.locked())
-                    m_World.findings.add("CaptureBuffer.Lock of " + m_Device.label() + ", which is locked");
                 if (flags != 0)
                     return DSERR_INVALIDPARAM;
-                return m_Ring.lock(offset, bytes, first, firstBytes, second, secondBytes) ? DS_OK : DSERR_INVALIDPARAM;
+                if (m_LockedAndNotUnlocked)
+                    m_World.findings.add("CaptureBuffer.Lock of " + m_Device.label() + " without unlock before");
+                m_LockedAndNotUnlocked = true;
+                return m_Ring.lock(offset, bytes, first, firstBytes, second, secondBytes) ? DS_OK
+                                                                                          : DSERR_INVALIDPARAM;
             },
             std::to_string(offset) + " " + std::to_string(bytes) + " flags " + std::to_string(flags));
     }
@@ -105,6 +110,7 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE Unlock(LPVOID first, DWORD firstBytes, LPVOID second, DWORD secondBytes) override {
+        m_LockedAndNotUnlocked = false; // also when the unlock is made to fail
         return method(
             "Unlock",
             [&]() -> HRESULT {
@@ -148,6 +154,7 @@ private:
     }
 
     Ring m_Ring;
+    bool m_LockedAndNotUnlocked = false;
     Format m_Format;
     bool m_Running = false;
     Nanoseconds m_Start = 0;
@@ -179,7 +186,8 @@ public:
             },
             description && description->lpwfxFormat
                 ? "size " + std::to_string(description->dwSize) + " flags " + std::to_string(description->dwFlags) +
-                      " bytes " + std::to_string(description->dwBufferBytes) + " " + describe(*description->lpwfxFormat)
+                      " bytes " + std::to_string(description->dwBufferBytes) + " " +
+                      describe(*description->lpwfxFormat)
                 : "");
     }
     HRESULT STDMETHODCALLTYPE GetCaps(LPDSCCAPS caps) override {

@@ -13,7 +13,7 @@ constexpr GUID kSubtypePcm = {0x00000001, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xA
 } // namespace
 
 Format formatOf(const WAVEFORMATEX& wave) {
-    Format format{wave.nChannels, wave.nSamplesPerSec, wave.wBitsPerSample, std::nullopt};
+    Format format{wave.nChannels, wave.nSamplesPerSec, wave.wBitsPerSample, std::nullopt, std::nullopt};
     if (wave.wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
         WAVEFORMATEXTENSIBLE extensible{};
         std::memcpy(&extensible, &wave, sizeof(extensible));
@@ -29,7 +29,7 @@ std::vector<std::byte> waveRecord(const Format& format) {
     wave.nChannels = format.channels;
     wave.nSamplesPerSec = format.rate;
     wave.wBitsPerSample = format.bits;
-    wave.nBlockAlign = format.frameBytes();
+    wave.nBlockAlign = format.reportedAlign.value_or(format.frameBytes());
     wave.nAvgBytesPerSec = wave.nBlockAlign * format.rate;
     std::size_t size = sizeof(WAVEFORMATEX);
     if (format.mask) {
@@ -49,8 +49,15 @@ std::string describe(const WAVEFORMATEX& wave) {
     std::ostringstream text;
     text << (format.mask ? "extensible " : "pcm ") << format.channels << " x " << format.rate << " x " << format.bits
          << " align " << wave.nBlockAlign << " bytes/s " << wave.nAvgBytesPerSec << " extra " << wave.cbSize;
-    if (format.mask)
-        text << " mask 0x" << std::hex << *format.mask;
+    if (format.mask) {
+        text << " mask 0x" << std::hex << *format.mask << std::dec;
+        WAVEFORMATEXTENSIBLE extensible{};
+        std::memcpy(&extensible, &wave, sizeof(extensible));
+        if (extensible.Samples.wValidBitsPerSample != format.bits)
+            text << " valid bits " << extensible.Samples.wValidBitsPerSample;
+        if (std::memcmp(&extensible.SubFormat, &kSubtypePcm, sizeof(GUID)) != 0)
+            text << " not PCM";
+    }
     return text.str();
 }
 
@@ -63,8 +70,8 @@ void Heard::add(std::span<const std::byte> piece) {
 }
 
 Device::Device(Direction direction, std::string label, const GUID& guid, std::function<Nanoseconds()> now)
-    : m_Direction(direction), m_Label(std::move(label)), m_Guid(guid), m_Name(std::wstring(m_Label.begin(), m_Label.end())),
-      m_Now(std::move(now)) {}
+    : m_Direction(direction), m_Label(std::move(label)), m_Guid(guid),
+      m_Name(std::wstring(m_Label.begin(), m_Label.end())), m_Now(std::move(now)) {}
 
 Device& Device::unplug() {
     m_Present = false;

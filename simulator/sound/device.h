@@ -7,15 +7,15 @@
 #include "device_clock.h"
 #include "numbered_audio.h"
 
+#include <windows.h>
+
+#include <mmsystem.h>
+
 #include <functional>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
-
-#include <windows.h>
-
-#include <mmsystem.h>
 // Between the two headers: ksmedia.h and dsound.h lean on mmsystem.h.
 #include <mmreg.h>
 
@@ -30,6 +30,8 @@ struct Format {
     WORD bits = 16;
     // Speaker positions; the extensible form is used when it is given.
     std::optional<DWORD> mask;
+    // For a driver that reports a block align that does not fit.
+    std::optional<WORD> reportedAlign{};
 
     [[nodiscard]] WORD frameBytes() const { return static_cast<WORD>(channels * bits / 8); }
 };
@@ -68,7 +70,9 @@ public:
     Device& absent() { return m_Present = false, *this; } // from the beginning
 
     // --- formats that differ from what was asked for ---
-    Device& primaryRefuses(HRESULT answer) { return primaryAnswer = [answer](const Format&) { return answer; }, *this; }
+    Device& primaryRefuses(HRESULT answer) {
+        return primaryAnswer = [answer](const Format&) { return answer; }, *this;
+    }
     Device& primaryAnswers(std::function<HRESULT(const Format&)> answer) {
         return primaryAnswer = std::move(answer), *this;
     }
@@ -98,6 +102,8 @@ public:
     // Calls on its objects answer this from now on.
     Device& breaks(HRESULT answer) { return broken = answer, *this; }
     Device& losesBuffers() { return buffersLost = true, *this; }
+    // A lock hands out two regions, the first of so many bytes.
+    Device& splitsLocks(DWORD bytes) { return lockSplit = bytes, *this; }
 
     // --- reading ---
     [[nodiscard]] Direction direction() const { return m_Direction; }
@@ -125,6 +131,7 @@ public:
     Nanoseconds lead = 0;
     std::optional<HRESULT> broken;
     bool buffersLost = false;
+    DWORD lockSplit = MAXDWORD;
     Heard heard;
     // Fills whole frames of captured audio, beginning with the given frame; numbered audio unless set.
     std::function<void(std::span<std::byte>, std::uint64_t frame, const Format&)> source;

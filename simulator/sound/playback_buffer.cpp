@@ -2,6 +2,7 @@
 #include "ring.h"
 #include "sound_system.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace simulator {
@@ -14,10 +15,13 @@ class PlaybackBuffer final : public FakeObject, public IDirectSoundBuffer8 {
 public:
     PlaybackBuffer(World& world, const FakeObject& parent, const DSBUFFERDESC* secondary)
         : FakeObject(world, parent.device(), secondary ? "Secondary" : "Primary", &parent),
-          m_Ring(secondary ? secondary->dwBufferBytes : 0), m_Flags(secondary ? secondary->dwFlags : DSBCAPS_PRIMARYBUFFER),
+          m_Ring(secondary ? secondary->dwBufferBytes : 0),
+          m_Flags(secondary ? secondary->dwFlags : DSBCAPS_PRIMARYBUFFER),
           m_Format(secondary ? formatOf(*secondary->lpwfxFormat) : parent.device().primaryFormat) {
         if (secondary)
             m_Device.heard.format = m_Format;
+        // As memory comes: neither silence nor numbered audio.
+        std::ranges::fill(m_Ring.memory(), std::byte{0x55});
     }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
@@ -55,16 +59,19 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE GetFormat(LPWAVEFORMATEX format, DWORD capacity, LPDWORD written) override {
-        return method("GetFormat", [&]() -> HRESULT {
-            const auto& kept = isPrimary() ? m_Device.primaryKept : m_Device.bufferKept;
-            const std::vector<std::byte> record = waveRecord(kept.value_or(m_Format));
-            if (written)
-                *written = static_cast<DWORD>(record.size());
-            if (!format)
-                return written ? DS_OK : DSERR_INVALIDPARAM;
-            std::memcpy(format, record.data(), std::min<std::size_t>(capacity, record.size()));
-            return capacity < record.size() ? DSERR_INVALIDPARAM : DS_OK;
-        }, "capacity " + std::to_string(capacity));
+        return method(
+            "GetFormat",
+            [&]() -> HRESULT {
+                const auto& kept = isPrimary() ? m_Device.primaryKept : m_Device.bufferKept;
+                const std::vector<std::byte> record = waveRecord(kept.value_or(m_Format));
+                if (written)
+                    *written = static_cast<DWORD>(record.size());
+                if (!format)
+                    return written ? DS_OK : DSERR_INVALIDPARAM;
+                std::memcpy(format, record.data(), std::min<std::size_t>(capacity, record.size()));
+                return capacity < record.size() ? DSERR_INVALIDPARAM : DS_OK;
+            },
+            "capacity " + std::to_string(capacity));
     }
     HRESULT STDMETHODCALLTYPE GetVolume(LPLONG) override { return notSimulated("GetVolume"); }
     HRESULT STDMETHODCALLTYPE GetPan(LPLONG) override { return notSimulated("GetPan"); }
@@ -76,7 +83,9 @@ public:
             return DS_OK;
         });
     }
-    HRESULT STDMETHODCALLTYPE Initialize(LPDIRECTSOUND, LPCDSBUFFERDESC) override { return notSimulated("Initialize"); }
+    HRESULT STDMETHODCALLTYPE Initialize(LPDIRECTSOUND, LPCDSBUFFERDESC) override {
+        return notSimulated("Initialize");
+    }
     HRESULT STDMETHODCALLTYPE Lock(DWORD offset, DWORD bytes, LPVOID* first, LPDWORD firstBytes, LPVOID* second,
                                    LPDWORD secondBytes, DWORD flags) override {
         return method(
@@ -87,12 +96,14 @@ public:
                 if (m_Device.buffersLost)
                     return DSERR_BUFFERLOST;
                 catchUp();
-                if (m_Ring.locked())
-                    m_World.findings.add("Secondary.Lock of " + m_Device.label() + ", which is locked");
                 if ((flags & ~static_cast<DWORD>(DSBLOCK_ENTIREBUFFER)) != 0)
                     return DSERR_INVALIDPARAM;
                 const bool entire = (flags & DSBLOCK_ENTIREBUFFER) != 0;
-                return m_Ring.lock(offset, entire ? m_Ring.size() : bytes, first, firstBytes, second, secondBytes)
+                if (m_LockedAndNotUnlocked)
+                    m_World.findings.add("Secondary.Lock of " + m_Device.label() + " without unlock before");
+                m_LockedAndNotUnlocked = true;
+                return m_Ring.lock(offset, entire ? m_Ring.size() : bytes, first, firstBytes, second, secondBytes,
+                                   m_Device.lockSplit)
                            ? DS_OK
                            : DSERR_INVALIDPARAM;
             },
@@ -144,6 +155,7 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE Unlock(LPVOID first, DWORD firstBytes, LPVOID second, DWORD secondBytes) override {
+        m_LockedAndNotUnlocked = false; // also when the unlock is made to fail
         return method(
             "Unlock",
             [&]() -> HRESULT {
@@ -155,7 +167,9 @@ public:
     }
     HRESULT STDMETHODCALLTYPE Restore() override { return notSimulated("Restore"); }
     HRESULT STDMETHODCALLTYPE SetFX(DWORD, LPDSEFFECTDESC, LPDWORD) override { return notSimulated("SetFX"); }
-    HRESULT STDMETHODCALLTYPE AcquireResources(DWORD, DWORD, LPDWORD) override { return notSimulated("AcquireResources"); }
+    HRESULT STDMETHODCALLTYPE AcquireResources(DWORD, DWORD, LPDWORD) override {
+        return notSimulated("AcquireResources");
+    }
     HRESULT STDMETHODCALLTYPE GetObjectInPath(REFGUID, DWORD, REFGUID, LPVOID*) override {
         return notSimulated("GetObjectInPath");
     }
@@ -199,11 +213,12 @@ private:
     }
 
     Ring m_Ring;
+    bool m_LockedAndNotUnlocked = false;
     DWORD m_Flags;
     Format m_Format;
     bool m_Playing = false;
-    Nanoseconds m_Start = 0;          // device time of Play
-    std::int64_t m_FramesBefore = 0;  // played before that
+    Nanoseconds m_Start = 0;         // device time of Play
+    std::int64_t m_FramesBefore = 0; // played before that
     std::int64_t m_HeardFrames = 0;
 };
 
@@ -216,7 +231,9 @@ IDirectSoundBuffer8* create(World& world, const FakeObject& parent, const DSBUFF
 
 } // namespace
 
-IDirectSoundBuffer8* createPrimaryBuffer(World& world, const FakeObject& parent) { return create(world, parent, nullptr); }
+IDirectSoundBuffer8* createPrimaryBuffer(World& world, const FakeObject& parent) {
+    return create(world, parent, nullptr);
+}
 
 IDirectSoundBuffer8* createSecondaryBuffer(World& world, const FakeObject& parent, const DSBUFFERDESC& description) {
     return create(world, parent, &description);

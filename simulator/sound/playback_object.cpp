@@ -36,7 +36,8 @@ public:
                 return DSERR_INVALIDPARAM;
             *caps = {};
             caps->dwSize = sizeof(DSCAPS);
-            caps->dwFlags = DSCAPS_PRIMARY16BIT | DSCAPS_PRIMARYSTEREO | (m_Device.emulatedDriver ? DSCAPS_EMULDRIVER : 0);
+            caps->dwFlags =
+                DSCAPS_PRIMARY16BIT | DSCAPS_PRIMARYSTEREO | (m_Device.emulatedDriver ? DSCAPS_EMULDRIVER : 0);
             caps->dwMinSecondarySampleRate = m_Device.minRate;
             caps->dwMaxSecondarySampleRate = m_Device.maxRate;
             return DS_OK;
@@ -72,9 +73,14 @@ public:
 private:
     static std::string describeBuffer(const DSBUFFERDESC& description) {
         std::string text = "size " + std::to_string(description.dwSize) + " flags " +
-                           std::to_string(description.dwFlags) + " bytes " + std::to_string(description.dwBufferBytes);
+                           std::to_string(description.dwFlags) + " bytes " +
+                           std::to_string(description.dwBufferBytes);
         if (description.lpwfxFormat)
             text += " " + describe(*description.lpwfxFormat);
+        if (description.dwReserved != 0)
+            text += " reserved " + std::to_string(description.dwReserved);
+        if (constexpr GUID none{}; std::memcmp(&description.guid3DAlgorithm, &none, sizeof(GUID)) != 0)
+            text += " 3D";
         return text;
     }
 
@@ -94,8 +100,8 @@ private:
             return DSERR_BADFORMAT;
         if (wave->nSamplesPerSec < m_Device.minRate || wave->nSamplesPerSec > m_Device.maxRate)
             return DSERR_BADFORMAT;
-        buffer = static_cast<LPDIRECTSOUNDBUFFER>(
-            static_cast<void*>(createSecondaryBuffer(m_World, *this, description)));
+        buffer =
+            static_cast<LPDIRECTSOUNDBUFFER>(static_cast<void*>(createSecondaryBuffer(m_World, *this, description)));
         return DS_OK;
     }
 

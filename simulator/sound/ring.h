@@ -4,6 +4,8 @@
 // has moved its memory, and what is written outside the locked region is not heard either.
 #pragma once
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -11,8 +13,6 @@
 #include <optional>
 #include <span>
 #include <vector>
-
-#include <windows.h>
 
 namespace simulator {
 
@@ -23,27 +23,32 @@ public:
     [[nodiscard]] DWORD size() const { return static_cast<DWORD>(m_Memory.size()); }
     std::span<std::byte> memory() { return m_Memory; }
 
+    // The copy is the first region, a gap, and the second region.
     struct Locked {
         DWORD offset = 0;
         DWORD bytes = 0;
         DWORD firstBytes = 0;
         std::vector<std::byte> copy;
+
+        [[nodiscard]] const std::byte* second() const { return copy.data() + firstBytes + kGap; }
     };
 
-    // Null pointers for the second part are allowed. False: the arguments are wrong.
-    bool lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second, DWORD* secondBytes) {
+    // Null pointers for the second part are allowed. The first region is no longer than `split`. False: the arguments
+    // are wrong.
+    bool lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second, DWORD* secondBytes,
+              DWORD split = MAXDWORD) {
         if (bytes == 0 || bytes > size() || offset >= size() || !first || !firstBytes)
             return false;
-        Locked locked{offset, bytes, std::min(bytes, size() - offset), std::vector<std::byte>(bytes)};
+        Locked locked{offset, bytes, std::min({bytes, size() - offset, split}), std::vector<std::byte>(bytes + kGap)};
         if (!second && locked.firstBytes < bytes)
             return false;
-        std::memcpy(locked.copy.data(), &m_Memory[offset], locked.firstBytes);
-        std::memcpy(locked.copy.data() + locked.firstBytes, m_Memory.data(), bytes - locked.firstBytes);
+        read(offset, locked.copy.data(), locked.firstBytes);
+        read(offset + locked.firstBytes, locked.copy.data() + locked.firstBytes + kGap, bytes - locked.firstBytes);
         m_Locked = std::move(locked);
         *first = m_Locked->copy.data();
         *firstBytes = m_Locked->firstBytes;
         if (second)
-            *second = m_Locked->firstBytes < bytes ? m_Locked->copy.data() + m_Locked->firstBytes : nullptr;
+            *second = m_Locked->firstBytes < bytes ? m_Locked->copy.data() + m_Locked->firstBytes + kGap : nullptr;
         if (secondBytes)
             *secondBytes = bytes - m_Locked->firstBytes;
         return true;
@@ -54,18 +59,34 @@ public:
     bool unlock(const void* first, DWORD firstBytes, const void* second, DWORD secondBytes, bool writeBack) {
         if (!m_Locked || first != m_Locked->copy.data() || firstBytes > m_Locked->firstBytes)
             return false;
-        const std::byte* rest = m_Locked->copy.data() + m_Locked->firstBytes;
+        const std::byte* rest = m_Locked->second();
         if (secondBytes > m_Locked->bytes - m_Locked->firstBytes || (secondBytes > 0 && second != rest))
             return false;
         if (writeBack) {
-            std::memcpy(&m_Memory[m_Locked->offset], m_Locked->copy.data(), firstBytes);
-            std::memcpy(m_Memory.data(), rest, secondBytes);
+            write(m_Locked->offset, m_Locked->copy.data(), firstBytes);
+            write(m_Locked->offset + m_Locked->firstBytes, rest, secondBytes);
         }
         m_Locked.reset();
         return true;
     }
 
 private:
+    static constexpr DWORD kGap = 64;
+
+    // Around the end of the memory.
+    void read(DWORD from, std::byte* target, DWORD bytes) const {
+        from %= size();
+        const DWORD before = std::min(bytes, size() - from);
+        std::memcpy(target, &m_Memory[from], before);
+        std::memcpy(target + before, m_Memory.data(), bytes - before);
+    }
+    void write(DWORD to, const std::byte* source, DWORD bytes) {
+        to %= size();
+        const DWORD before = std::min(bytes, size() - to);
+        std::memcpy(&m_Memory[to], source, before);
+        std::memcpy(m_Memory.data(), source + before, bytes - before);
+    }
+
     std::vector<std::byte> m_Memory;
     std::optional<Locked> m_Locked;
 };
@@ -73,7 +94,8 @@ private:
 // Frames in so much time, without overflow for years.
 inline std::int64_t framesIn(std::int64_t nanoseconds, std::uint32_t rate) {
     constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
-    return nanoseconds / kNanosecondsPerSecond * rate + nanoseconds % kNanosecondsPerSecond * rate / kNanosecondsPerSecond;
+    return nanoseconds / kNanosecondsPerSecond * rate +
+           nanoseconds % kNanosecondsPerSecond * rate / kNanosecondsPerSecond;
 }
 
 } // namespace simulator

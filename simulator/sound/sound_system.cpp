@@ -7,9 +7,13 @@
 namespace simulator {
 namespace {
 
-bool same(const GUID& a, const GUID& b) { return std::memcmp(&a, &b, sizeof(GUID)) == 0; }
+bool same(const GUID& a, const GUID& b) {
+    return std::memcmp(&a, &b, sizeof(GUID)) == 0;
+}
 
-std::size_t index(Direction direction) { return static_cast<std::size_t>(direction) - 1; }
+std::size_t index(Direction direction) {
+    return static_cast<std::size_t>(direction) - 1;
+}
 
 } // namespace
 
@@ -43,9 +47,13 @@ ULONG FakeObject::releaseReference() {
     return m_References;
 }
 
-SoundSystem::SoundSystem(World& world) : m_World(world) { m_World.sound = this; }
+SoundSystem::SoundSystem(World& world) : m_World(world) {
+    m_World.sound = this;
+}
 
-SoundSystem::~SoundSystem() { m_World.sound = nullptr; }
+SoundSystem::~SoundSystem() {
+    m_World.sound = nullptr;
+}
 
 Device& SoundSystem::add(Direction direction, std::string label) {
     // The number of the device and its direction make the GUID, so that traces can be read.
@@ -64,9 +72,13 @@ Device& SoundSystem::find(std::string_view label) {
     throw std::out_of_range("no device " + std::string(label));
 }
 
-void SoundSystem::makeDefault(Device& device) { makeDefault(device.direction(), device.guid()); }
+void SoundSystem::makeDefault(Device& device) {
+    makeDefault(device.direction(), device.guid());
+}
 
-void SoundSystem::makeDefault(Direction direction, const GUID& guid) { m_DefaultVoice[index(direction)] = guid; }
+void SoundSystem::makeDefault(Direction direction, const GUID& guid) {
+    m_DefaultVoice[index(direction)] = guid;
+}
 
 std::vector<Device*> SoundSystem::present(Direction direction) const {
     std::vector<Device*> devices;
@@ -115,7 +127,8 @@ std::optional<GUID> SoundSystem::defaultVoice(Direction direction) const {
 
 HRESULT SoundSystem::enumerate(Direction direction, LPDSENUMCALLBACKW callback, void* context) {
     const std::vector<Device*> devices = present(direction);
-    const wchar_t* primaryName = direction == Direction::playback ? L"Primary Sound Driver" : L"Primary Sound Capture Driver";
+    const wchar_t* primaryName =
+        direction == Direction::playback ? L"Primary Sound Driver" : L"Primary Sound Capture Driver";
     if (listsPrimary && !devices.empty() && !callback(nullptr, primaryName, L"", context))
         return DS_OK;
     for (Device* device : devices) {

@@ -19,6 +19,16 @@ float stereoGain(std::uint32_t side, std::uint32_t input) {
     return input % 2 == side ? kMinusThreeDecibels : 0.0F;
 }
 
+float rawGain(std::uint32_t inputs, std::uint32_t outputs, std::uint32_t input, std::uint32_t output) {
+    if (inputs != outputs && outputs == 1)
+        return 1.0F / static_cast<float>(inputs);
+    if (inputs != outputs && inputs == 1) // mono comes from the middle: both front speakers
+        return output < 2 ? 1.0F : 0.0F;
+    if (inputs > outputs && outputs == 2)
+        return stereoGain(output, input);
+    return output == input ? 1.0F : 0.0F;
+}
+
 } // namespace
 
 ChannelMap::ChannelMap(std::uint32_t inputs, std::uint32_t outputs)
@@ -27,18 +37,8 @@ ChannelMap::ChannelMap(std::uint32_t inputs, std::uint32_t outputs)
         m_gains[output * m_inputs + input] = gain;
     };
     for (std::uint32_t output = 0; output < outputs; ++output)
-        for (std::uint32_t input = 0; input < inputs; ++input) {
-            if (inputs == outputs)
-                set(output, input, output == input ? 1.0F : 0.0F);
-            else if (outputs == 1)
-                set(output, input, 1.0F / static_cast<float>(inputs));
-            else if (inputs == 1) // mono comes from the middle: both front speakers
-                set(output, input, output < 2 ? 1.0F : 0.0F);
-            else if (outputs == 2)
-                set(output, input, stereoGain(output, input));
-            else
-                set(output, input, output == input ? 1.0F : 0.0F);
-        }
+        for (std::uint32_t input = 0; input < inputs; ++input)
+            set(output, input, rawGain(inputs, outputs, input, output));
     // A sum of several channels must not clip.
     for (std::uint32_t output = 0; output < outputs; ++output) {
         float sum = 0.0F;

@@ -93,7 +93,7 @@ void Resampler::appendFrame(std::vector<float>& output) const {
     const std::uint64_t whole = position / m_outputRate;
     const double fraction = static_cast<double>(position % m_outputRate) / m_outputRate;
     // With the lead-in, input frame n is frame n + m_reach; the kernel begins m_reach - 1 frames before.
-    const std::size_t first = static_cast<std::size_t>(whole + 1 - m_historyStart);
+    const auto first = static_cast<std::size_t>(whole + 1 - m_historyStart);
     const std::size_t place = output.size();
     output.resize(place + m_channels, 0.0F);
     for (std::size_t tap = 0; tap < 2 * m_reach; ++tap) {

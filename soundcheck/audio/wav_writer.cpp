@@ -32,7 +32,7 @@ WavWriter::~WavWriter() {
 
 void WavWriter::write(std::span<const std::byte> bytes) {
     const std::uint64_t room = kMaxDataBytes - m_dataBytes;
-    const std::size_t wanted = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), room));
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), room));
     const std::size_t written = writeAt(m_headerBytes + m_dataBytes, bytes.first(wanted));
     const DWORD error = GetLastError();
     m_dataBytes += written - written % m_format.bytesPerFrame();

@@ -45,6 +45,14 @@ void checkEchoFormat(Checks& checks, const EchoFormat& echo, const DeviceFormat&
         throw Failure(ExitCode::checkFailed, "No echo file can be written with this rate.");
 }
 
+void checkStreams(Checks& checks, const PlaybackStream& played, const CaptureStream& captured, Ending ending) {
+    checks.expect(played.failure().empty(), played.failure());
+    checks.expect(played.underruns() == 0, "The speech was not read fast enough; there are gaps in what was played.");
+    checks.expect(captured.blocksWithReference() > 0 || ending == Ending::interrupted,
+                  "No echo reference came at all.");
+    checks.expect(captured.oddReferences() == 0, "Some blocks of the echo reference were not 20 ms long.");
+}
+
 } // namespace
 
 std::string TalkCommand::description() const {
@@ -121,10 +129,7 @@ ExitCode TalkCommand::run(const RunContext& context) {
                              .addLogCounts(session.log())
                              .addWord("ended", captured.failed() ? "failed" : endingName(ending))
                              .text());
-    checks.expect(played.failure().empty(), played.failure());
-    checks.expect(played.underruns() == 0, "The speech was not read fast enough; there are gaps in what was played.");
-    checks.expect(withReference > 0 || ending == Ending::interrupted, "No echo reference came at all.");
-    checks.expect(captured.oddReferences() == 0, "Some blocks of the echo reference were not 20 ms long.");
+    checkStreams(checks, played, captured, ending);
     checkRecording(checks, captured);
     checkRun(checks, session.log(), supervision, ending);
     return checks.exitCode();

@@ -1,0 +1,139 @@
+// Waiting for closed devices.
+#include "scenario.h"
+#include "schedules.h"
+
+SCENARIO(WaitForClosed, NothingClosing_ReturnsInSilence,
+         "With nothing to wait for, the wait returns 0 at once and writes nothing.") {
+    const Device& speaker = sim.playback("Speaker");
+    client.initialize();
+    const double before = sim.now();
+    EXPECT_EQ(client.waitForClosed(), 0);
+    client.open(speaker);
+    EXPECT_EQ(client.waitForClosed(), 0);
+    client.close(speaker);
+    sim.advance(10);
+    EXPECT_EQ(client.waitForClosed(), 0);
+    EXPECT_DOUBLE_EQ(sim.now(), before + 10);
+    expectErrorLines({});
+    client.finalize();
+}
+
+SCENARIO(
+    WaitForClosed, DevicesClosing_AreWaitedForWithALine,
+    "A wait that has to wait writes \"Waiting for device to close\" once and returns when all devices are gone.") {
+    const Device& speaker = sim.playback("Speaker");
+    const Device& microphone = sim.capture("Microphone");
+    client.initialize();
+    for (const Device* device : {&speaker, &microphone}) {
+        client.open(*device);
+        client.start(*device);
+    }
+    sim.advance(1500); // the monitor has found nothing to close meanwhile, which must not count
+    sim.on("Secondary.Stop").takes(100);
+    sim.on("CaptureBuffer.Stop").takes(200);
+    const double before = sim.now();
+    client.close(speaker);
+    client.close(microphone);
+    EXPECT_EQ(client.waitForClosed(), 0);
+    EXPECT_GE(sim.now() - before, 299);
+    EXPECT_LE(sim.now() - before, 301);
+    EXPECT_TRUE(sim.sound().living(speaker).empty());
+    EXPECT_TRUE(sim.sound().living(microphone).empty());
+    expectErrorLines({"Waiting for device to close"});
+    client.finalize();
+}
+
+SCENARIO(WaitForClosed, DevicesClosing_AreClosedInTheOrderOfTheirCloses,
+         "Closed devices are ended one after the other, in the order in which the client closed them.") {
+    const Device& first = sim.playback("First");
+    const Device& second = sim.playback("Second");
+    client.initialize();
+    for (const Device* device : {&first, &second}) {
+        client.open(*device);
+        client.start(*device);
+    }
+    sim.advance(100);
+    sim.on("Secondary.Stop").takes(100);
+    client.close(second);
+    client.close(first);
+    sim.advance(50);
+    client.waitForClosed();
+    const std::vector<CallRecord> stops = sim.calls("Secondary.Stop");
+    ASSERT_EQ(stops.size(), 2u);
+    EXPECT_EQ(stops[0].subject, "Second");
+    EXPECT_EQ(stops[1].subject, "First");
+    client.finalize();
+}
+
+SCENARIO(WaitForClosed, InsideANotification_ClosesOnTheMonitorThread,
+         "Inside a notification the wait closes the devices on the monitor thread itself and returns when they are "
+         "gone.") {
+    Device& speaker = sim.playback("Speaker");
+    Device& headset = sim.playback("Headset").absent();
+    sim.capture("Microphone");
+    unsigned waits = 0;
+    client.onNotification = [&](const Notification& notification) {
+        if (notification.event != 2)
+            return;
+        EXPECT_EQ(client.close(speaker), 0);
+        EXPECT_EQ(client.waitForClosed(), 0);
+        EXPECT_TRUE(sim.sound().living(speaker).empty());
+        ++waits;
+    };
+    client.initialize();
+    client.open(speaker);
+    client.start(speaker);
+    headset.hotplug();
+    sim.advance(2500);
+    EXPECT_EQ(waits, 1u);
+    expectErrorLines({"Waiting for device to close"});
+    EXPECT_EQ(sim.count("Secondary.Stop"), 1u);
+    client.finalize();
+}
+
+TEST(WaitForClosed, Event_IsNeverMissed) {
+    RecordProperty("behaviour", "However the threads interleave, a wait after a close ends when the device is gone "
+                                "and never hangs.");
+    const scenario::Play play = [](simulator::Simulation& sim, simulator::Client& client) {
+        const simulator::Device& speaker = sim.playback("Speaker");
+        client.initialize();
+        sim.advance(1500);
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(client.open(speaker).result, 0);
+            client.close(speaker);
+            const double before = sim.now();
+            EXPECT_EQ(client.waitForClosed(), 0);
+            EXPECT_LT(sim.now() - before, 5);
+            EXPECT_TRUE(sim.sound().living(speaker).empty());
+        }
+        client.finalize();
+    };
+    EXPECT_GT(scenario::playWithEverySwitch(play), 10u);
+    scenario::playWithSeeds(30, play);
+}
+
+TEST(WaitForClosed, RunningDevices_AreGoneUnderRandomSchedules) {
+    RecordProperty("behaviour", "Two running devices that are opened, closed and waited for again and again are gone "
+                                "after every wait, under random schedules.");
+    scenario::playWithSeeds(20, [](simulator::Simulation& sim, simulator::Client& client) {
+        const simulator::Device& speaker = sim.playback("Speaker");
+        const simulator::Device& microphone = sim.capture("Microphone");
+        client.initialize();
+        for (int i = 0; i < 3; ++i) {
+            for (const simulator::Device* device : {&speaker, &microphone}) {
+                EXPECT_EQ(client.open(*device).result, 0);
+                EXPECT_EQ(client.start(*device), 0);
+            }
+            sim.advance(30);
+            client.lockDsp();
+            client.unlockDsp();
+            EXPECT_EQ(client.stop(speaker), 0);
+            client.close(speaker);
+            client.close(microphone);
+            EXPECT_EQ(client.waitForClosed(), 0);
+            EXPECT_TRUE(sim.sound().living(speaker).empty());
+            EXPECT_TRUE(sim.sound().living(microphone).empty());
+        }
+        client.finalize();
+    });
+}
