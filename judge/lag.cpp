@@ -37,22 +37,32 @@ LagReport measureLag(const Sound& reference, const Sound& microphone) {
         return there >= 0 && there + static_cast<Lag>(window) <= std::ssize(heard);
     };
     std::vector<double> lags;
+    std::vector<double> allLags;
     for (std::size_t first = 0; first + window <= said.size(); first += reference.frames(kHopMilliseconds)) {
         if (levelOf(said, first, window) <= quiet || !recorded(first))
             continue;
-        ++report.windows;
+        const bool settled = first >= reference.frames(kSettlingMilliseconds);
+        report.windows += settled ? 1 : 0;
         const Match match = bestMatch(said, first, window, heard, -reach, reach);
-        if (match.likeness < kSureOfLag)
-            ++report.unsure;
-        else
-            lags.push_back(reference.milliseconds(static_cast<double>(match.lag) + match.fraction));
+        if (match.likeness < kSureOfLag) {
+            report.unsure += settled ? 1 : 0;
+            continue;
+        }
+        const double lag = reference.milliseconds(static_cast<double>(match.lag) + match.fraction);
+        allLags.push_back(lag);
+        if (settled)
+            lags.push_back(lag);
     }
     if (lags.empty())
         return report;
     report.milliseconds = reference.milliseconds(static_cast<double>(whole.lag) + whole.fraction);
     report.likeness = whole.likeness;
-    const auto [smallest, largest] = std::ranges::minmax(lags);
-    report.spreadMilliseconds = largest - smallest;
+    const auto spread = [](const std::vector<double>& values) {
+        const auto [smallest, largest] = std::ranges::minmax(values);
+        return largest - smallest;
+    };
+    report.spreadMilliseconds = spread(lags);
+    report.settlingMilliseconds = spread(allLags);
     return report;
 }
 

@@ -66,6 +66,8 @@ std::string toText(const LagReport& lag) {
     lines.line("lag", 2) << lag.milliseconds << " ms (reference before microphone)";
     lines.line("spread", 3) << lag.spreadMilliseconds << " ms over " << lag.windows << " windows, in " << lag.unsure
                             << " of which the reference was not found";
+    lines.line("settling", 3) << lag.settlingMilliseconds << " ms with the first " << kSettlingMilliseconds / 1000
+                              << " s, in which the queue of played blocks finds its depth";
     lines.line("correlation", 5) << lag.likeness;
     lines.line("verdict", 0) << (lag.constant() ? "the lag is constant" : "the lag is not constant");
     return lines.text();
@@ -113,6 +115,7 @@ std::string toJson(const Comparison& comparison, int rate) {
 std::string toJson(const LagReport& lag) {
     return Json{{"lagMilliseconds", rounded(lag.milliseconds)},
                 {"spreadMilliseconds", rounded(lag.spreadMilliseconds)},
+                {"settlingMilliseconds", rounded(lag.settlingMilliseconds)},
                 {"windows", lag.windows},
                 {"unsure", lag.unsure},
                 {"correlation", rounded(lag.likeness)},

@@ -91,10 +91,8 @@ bench_start_pulse() {
     export PULSE_RUNTIME_PATH=$bench_folder/pulse PULSE_STATE_PATH=$bench_folder/pulse-state
     export PULSE_COOKIE=$bench_folder/pulse-cookie XDG_RUNTIME_DIR=$bench_folder
     export PULSE_SERVER=unix:$bench_folder/pulse/native
-    # By default the sink looks every 5 ms, which makes gaps at the first hiccup; with more than 40 ms capture comes
-    # in such bursts that echo references run out. 40 also makes 10 ms periods, of which 20 ms blocks are multiples.
-    export PULSE_LATENCY_MSEC=40
-    unset PULSE_SINK PULSE_SOURCE PULSE_CLIENTCONFIG PULSE_DBUS_SERVER
+    # Its latencies are left at their defaults: with short ones every hiccup of a busy machine makes a gap.
+    unset PULSE_LATENCY_MSEC PULSE_SINK PULSE_SOURCE PULSE_CLIENTCONFIG PULSE_DBUS_SERVER
     mkdir -m 700 "$PULSE_RUNTIME_PATH" "$PULSE_STATE_PATH"
     for name in "$@"; do
         modules+=(-L "module-null-sink $(bench_sink_arguments "$name")")

@@ -35,6 +35,14 @@ TEST(Lag, OneBlockLostOnTheWay_IsNotConstant) {
     EXPECT_NEAR(report.spreadMilliseconds, 20, 0.1);
 }
 
+TEST(Lag, OneBlockLostWhileSettling_IsConstantAfterwards) {
+    const Sound reference = speech(10, 3);
+    const LagReport report = measureLag(reference, delayed(withoutFrames(reference, 48000, 960), kLag));
+    EXPECT_TRUE(report.constant());
+    EXPECT_LT(report.spreadMilliseconds, 0.05);
+    EXPECT_NEAR(report.settlingMilliseconds, 20, 0.1);
+}
+
 TEST(Lag, TwoMillisecondsMore_IsNotConstant) {
     const Sound reference = speech(10, 4);
     const LagReport report = measureLag(reference, delayed(withRepeat(reference, 200000, 96), kLag));
