@@ -14,7 +14,7 @@
  * #include <string.h>
  * #include <windows.h>
  *
- * typedef struct { uint32_t channels, rate, frame; } Tone;   // written before start, read by the worker
+ * typedef struct { uint32_t channels, rate, frame; } Tone; // written before start, read by the worker
  *
  * static int32_t play(void* context, const char* device, AudioBlock* block) {
  *     Tone* tone = (Tone*)context;
@@ -35,7 +35,9 @@
  * int main(void) {
  *     HMODULE dll = LoadLibraryA("directsound_win64.dll");
  *     if (!dll) return 1;
- * #define LOAD(name) name##_fn p_##name = (name##_fn)(void*)GetProcAddress(dll, #name); if (!p_##name) return 1;
+ * #define LOAD(name)                                                                          \
+ *     name##_fn p_##name = (name##_fn)(void (*)(void))GetProcAddress(dll, #name);             \
+ *     if (!p_##name) return 1;
  *     ORVOSOUNDBACKEND_EXPORTS(LOAD)
  *     Tone tone = {0, 0, 0};
  *     BackendCallbacks callbacks = {&tone, change, play, capture, note};

@@ -23,8 +23,8 @@ SCENARIO(Lifecycle, PlaybackForOneSecond_IsHeardWithoutGap,
     EXPECT_EQ(client.stop(speaker), 0);
     client.closeAndFinalize({&speaker});
     const NumberedChecker heard = speaker.checkHeard();
-    EXPECT_TRUE(heard.unbroken()) << heard.frames() << " frames, " << heard.silence() << " silent, "
-                                  << heard.breaks() << " breaks";
+    EXPECT_TRUE(heard.unbroken()) << heard.frames() << " frames, " << heard.silence() << " silent, " << heard.breaks()
+                                  << " breaks";
     EXPECT_GT(heard.frames(), 40000u);
     expectTrouble({});
 }
