@@ -98,13 +98,15 @@ bench_start_pulse() {
         modules+=(-L "module-null-sink $(bench_sink_arguments "$name")")
     done
     # Should this shell be killed without a chance to clean up, the daemon gets its signal from the kernel.
-    bench_start "${bench_real_time[@]}" setpriv --pdeathsig TERM \
+    bench_start setpriv --pdeathsig TERM \
         pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no --disable-shm=yes --log-level=error \
         "${modules[@]}" -L "module-native-protocol-unix auth-anonymous=1" 2>"$bench_folder/pulse.log"
     until pactl info >/dev/null 2>&1; do
         [ $((patience--)) -gt 0 ] || bench_fail "PulseAudio did not start: $(cat "$bench_folder/pulse.log")"
         sleep 0.1
     done
+    # It drops what it inherits, so it gets its priority last.
+    [ ${#bench_real_time[@]} -eq 0 ] || chrt --rr --pid 1 "$bench_pid"
     [ $# -eq 0 ] || pactl set-default-sink "$(bench_sink_name "$1")"
     [ $# -eq 0 ] || pactl set-default-source "$(bench_sink_name "$1").monitor"
 }
