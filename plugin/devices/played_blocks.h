@@ -38,13 +38,14 @@ private:
 /// Where a capture loop finds the echo reference.
 class PlayedBlockSource {
 public:
+    virtual ~PlayedBlockSource() = default;
+
     /// The oldest played block of an open playback device once its queue is deep enough; null when there is none.
     /// Any thread. Never waits for client code or for a device.
     [[nodiscard]] virtual std::unique_ptr<PlayedBlock> takePlayedBlock(const std::string& playbackDeviceId) = 0;
 
 protected:
     PlayedBlockSource() = default;
-    virtual ~PlayedBlockSource() = default;
     PlayedBlockSource(const PlayedBlockSource&) = default;
     PlayedBlockSource& operator=(const PlayedBlockSource&) = default;
 };
