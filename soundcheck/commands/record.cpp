@@ -6,6 +6,7 @@
 #include "commands/session.h"
 #include "commands/supervision.h"
 #include "platform/text.h"
+#include "streams/capture_stream.h"
 
 #include <CLI/CLI.hpp>
 

@@ -4,8 +4,6 @@
 #include "console/call_watch.h"
 #include "platform/text.h"
 
-#include <utility>
-
 namespace soundcheck {
 
 Library loadLibrary(const CommonOptions& options) {
@@ -50,16 +48,14 @@ void Session::shutDown(Device& device) {
     m_backend->waitForClosedDevices();
 }
 
-PlaybackStream& Session::attach(std::unique_ptr<PlaybackStream> stream) {
+void Session::replace(std::unique_ptr<BlockSource> source) {
     const DspLockGuard quiet(*m_backend);
-    m_playback = std::move(stream);
-    return *m_playback;
+    m_playback = std::move(source);
 }
 
-CaptureStream& Session::attach(std::unique_ptr<CaptureStream> stream) {
+void Session::replace(std::unique_ptr<BlockSink> sink) {
     const DspLockGuard quiet(*m_backend);
-    m_capture = std::move(stream);
-    return *m_capture;
+    m_capture = std::move(sink);
 }
 
 std::int32_t Session::fillPlayback(std::string_view, const AudioBlock& block) {

@@ -15,6 +15,7 @@
 #include "orvosoundbackend.h"
 #include "streams/block_clock.h"
 #include "streams/block_queue.h"
+#include "streams/block_streams.h"
 
 #include <atomic>
 #include <cstdint>
@@ -32,7 +33,7 @@ struct EchoOutput {
     std::uint32_t framesPerBlock = 0;
 };
 
-class CaptureStream {
+class CaptureStream final : public BlockSink {
 public:
     static constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 
@@ -40,8 +41,7 @@ public:
     CaptureStream(WavWriter file, const DeviceFormat& format, std::optional<EchoOutput> echo = std::nullopt,
                   std::uint64_t maxBlocks = kNoLimit);
 
-    /** Audio thread. @param reference may be null */
-    void take(const AudioBlock& captured, const AudioBlock* reference);
+    void take(const AudioBlock& captured, const AudioBlock* reference) override;
 
     /** Writes what is queued, brings the headers up to date and ends the writer. After the last callback. */
     void finish();

@@ -14,6 +14,7 @@
 #include "orvosoundbackend.h"
 #include "streams/block_clock.h"
 #include "streams/block_queue.h"
+#include "streams/block_streams.h"
 
 #include <atomic>
 #include <cstdint>
@@ -22,13 +23,12 @@
 
 namespace soundcheck {
 
-class PlaybackStream {
+class PlaybackStream final : public BlockSource {
 public:
     /** Starts the feeder and waits until the queue is full or the file has ended. */
     PlaybackStream(ConvertedWav wav, const DeviceFormat& format);
 
-    /** Audio thread: fills the block. @return frames written */
-    std::int32_t fill(const AudioBlock& block);
+    std::int32_t fill(const AudioBlock& block) override;
 
     /** The device has been asked for `blocks` more blocks since the last sample was handed over. */
     bool drained(std::uint64_t blocks) const;
