@@ -14,9 +14,11 @@ function(add_suites target)
     get_target_property(sources ${target} SOURCES)
     set(suites)
     foreach(source IN LISTS sources)
-        file(STRINGS ${source} lines REGEX "^(TEST(_F|_P)?|SCENARIO)\\(")
-        foreach(line IN LISTS lines)
-            string(REGEX REPLACE "^(TEST(_F|_P)?|SCENARIO)\\(([A-Za-z0-9_]+),.*" "\\3" suite "${line}")
+        file(READ ${source} text)
+        # A long declaration is written over several lines.
+        string(REGEX MATCHALL "\n(TEST(_F|_P)?|SCENARIO)\\([ \n]*[A-Za-z0-9_]+" declarations "\n${text}")
+        foreach(declaration IN LISTS declarations)
+            string(REGEX REPLACE ".*\\([ \n]*" "" suite "${declaration}")
             list(APPEND suites ${suite})
         endforeach()
         # Discovered anew when a suite is added.
@@ -26,6 +28,7 @@ function(add_suites target)
     foreach(suite IN LISTS suites)
         add_test(NAME ${arg_PREFIX}.${suite}
                  COMMAND ${arg_COMMAND} ${target} --gtest_filter=${suite}.*:*/${suite}.* --gtest_brief=1)
-        set_tests_properties(${arg_PREFIX}.${suite} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${arg_PREFIX})
+        set_tests_properties(${arg_PREFIX}.${suite} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${arg_PREFIX}
+                             FAIL_REGULAR_EXPRESSION "==] 0 tests ") # a filter that finds nothing has tested nothing
     endforeach()
 endfunction()

@@ -2,7 +2,8 @@
 # A private sound bench, to be sourced: PulseAudio with null sinks, and a Wine prefix, in one temporary folder.
 #
 #   bench_open                  makes the folder ($bench_folder); whatever happens, it and all in it goes at exit
-#   bench_start_pulse NAME...   a daemon of our own with one 48 kHz null sink per name; the first is the default
+#   bench_start_pulse NAME...   a daemon of our own with one 48 kHz null sink per name; the first is the default; from
+#                               now on the file $BENCH_PAUSES tells when the machine itself stood still
 #   bench_start_wine            a booted Wine prefix of our own; keeps one that a bench around this one has made
 #   bench_run COMMAND...        runs a command such that Ctrl-C and TERM end it at once, and us after it
 #   bench_start COMMAND...      starts a command that runs beside us ($bench_pid)
@@ -12,7 +13,8 @@
 # A PulseAudio daemon, a Wine prefix or a display of the user is neither used nor disturbed, and several benches
 # run side by side. Only what was started here is ended, by number; wineserver -k only on the own prefix.
 
-bench_template=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/wine-prefix
+bench_scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+bench_template=$(dirname "$bench_scripts")/build/wine-prefix
 bench_folder=
 bench_children=()
 bench_owns_wine=
@@ -88,6 +90,9 @@ bench_fail() {
 
 bench_start_pulse() {
     local name modules=() patience=100
+    export BENCH_PAUSES=$bench_folder/pauses
+    : >"$BENCH_PAUSES"
+    bench_start "$bench_scripts/watch-machine" "$BENCH_PAUSES"
     export PULSE_RUNTIME_PATH=$bench_folder/pulse PULSE_STATE_PATH=$bench_folder/pulse-state
     export PULSE_COOKIE=$bench_folder/pulse-cookie XDG_RUNTIME_DIR=$bench_folder
     export PULSE_SERVER=unix:$bench_folder/pulse/native

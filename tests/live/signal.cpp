@@ -1,9 +1,9 @@
 #include "signal.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <optional>
-#include <sstream>
 
 namespace live {
 namespace {
@@ -12,7 +12,6 @@ constexpr int kRounding = 2;             // conversions to float and back may co
 constexpr std::size_t kPattern = 24;     // so many frames in a row are not alike by chance
 constexpr std::uint64_t kSearch = 96000; // a loss of up to so many frames is followed
 constexpr std::size_t kTries = 9600;     // frames of noise after which nothing known is expected any more
-constexpr std::size_t kPlacesTold = 10;
 
 class Examiner {
 public:
@@ -37,7 +36,6 @@ public:
             ++position;
             ++*frame;
         }
-        m_report.places = m_places.str();
         return m_report;
     }
 
@@ -74,11 +72,6 @@ private:
         return std::nullopt;
     }
 
-    void tell(const char* what, std::uint64_t count, std::size_t position) {
-        if (m_told++ < kPlacesTold)
-            m_places << count << ' ' << what << " at frame " << position << " of the recording; ";
-    }
-
     /// Moves both to where the recording goes on with the signal. False when nothing known comes any more.
     bool resume(std::size_t& position, std::uint64_t& frame) {
         const std::uint64_t lowest = frame > kSearch ? frame - kSearch : 0;
@@ -87,7 +80,7 @@ private:
             const std::size_t there = position + skipped;
             if (matches(there, frame + skipped)) { // goes on in its place
                 m_report.wrong += skipped;
-                tell("wrong", skipped, position);
+                m_report.troubles.push_back({Trouble::Kind::wrong, skipped, position});
                 return moveTo(position, frame, there, frame + skipped);
             }
             if (silent(there))
@@ -99,7 +92,7 @@ private:
                 const std::uint64_t shift = loss ? *next - frame - skipped : frame + skipped - *next;
                 (loss ? m_report.lost : m_report.repeated) += shift;
                 m_report.wrong += loss ? skipped : skipped - std::min<std::uint64_t>(skipped, shift);
-                tell(loss ? "lost" : "repeated", shift, position);
+                m_report.troubles.push_back({loss ? Trouble::Kind::lost : Trouble::Kind::repeated, shift, position});
                 return moveTo(position, frame, there, *next);
             }
         }
@@ -115,10 +108,13 @@ private:
 
     /// Silence to the end is how a recording ends; anything else is wrong.
     bool ended(std::size_t position) {
-        for (; position < m_length; ++position) {
-            if (!silent(position))
-                ++m_report.wrong;
-        }
+        const std::size_t end = position;
+        std::uint64_t noise = 0;
+        for (; position < m_length; ++position)
+            noise += silent(position) ? 0U : 1U;
+        m_report.wrong += noise;
+        if (noise > 0)
+            m_report.troubles.push_back({Trouble::Kind::wrong, noise, end});
         return false;
     }
 
@@ -126,8 +122,6 @@ private:
     std::uint32_t m_channels;
     std::size_t m_length;
     SignalReport m_report;
-    std::ostringstream m_places;
-    std::size_t m_told = 0;
 };
 
 } // namespace
@@ -145,6 +139,12 @@ void writeSignal(std::int16_t* samples, std::uint64_t first, std::size_t count, 
         for (std::uint32_t c = 0; c < channels; ++c)
             samples[i * channels + c] = signalSample(first + i, c);
     }
+}
+
+std::string describe(const Trouble& trouble) {
+    constexpr std::array kKinds = {"lost", "repeated", "wrong"};
+    return std::to_string(trouble.frames) + " frames " + kKinds.at(static_cast<std::size_t>(trouble.kind)) +
+           " at frame " + std::to_string(trouble.position) + " of the recording";
 }
 
 SignalReport examine(const std::vector<std::int16_t>& recording, std::uint32_t channels) {
