@@ -35,9 +35,10 @@ ExitCode PlayCommand::run(const RunContext& context) {
     const std::unique_ptr<Device> device = session.open(ORVO_PLAYBACK, entry);
     const DeviceFormat& format = device->format();
     requirePlayable(format, entry.name);
-    PlaybackStream& stream = session.attach(std::make_unique<PlaybackStream>(
-        ConvertedWav(std::move(reader), format.channels, format.sampleRate, framesIn(m_seconds, format.sampleRate)),
-        format));
+    PlaybackStream& stream = session.attach(
+        *device, std::make_unique<PlaybackStream>(ConvertedWav(std::move(reader), format.channels, format.sampleRate,
+                                                               framesIn(m_seconds, format.sampleRate)),
+                                                  format));
 
     context.console.line("playing " + m_file + " on " + entry.name + ", " + formatText(format));
     session.start(*device);

@@ -27,8 +27,9 @@ ExitCode RecordCommand::run(const RunContext& context) {
     const DeviceEntry entry = session.choose(ORVO_CAPTURE, m_device);
     const std::unique_ptr<Device> device = session.open(ORVO_CAPTURE, entry);
     const DeviceFormat& format = device->format();
-    CaptureStream& stream = session.attach(std::make_unique<CaptureStream>(
-        WavWriter(toPath(m_file), wavFormatOf(format)), format, std::nullopt, blocksIn(m_seconds)));
+    CaptureStream& stream =
+        session.attach(*device, std::make_unique<CaptureStream>(WavWriter(toPath(m_file), wavFormatOf(format)),
+                                                                format, std::nullopt, blocksIn(m_seconds)));
 
     context.console.line("recording " + entry.name + " to " + m_file + ", " + formatText(format));
     session.start(*device);

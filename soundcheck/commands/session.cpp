@@ -4,6 +4,8 @@
 #include "console/call_watch.h"
 #include "platform/text.h"
 
+#include <utility>
+
 namespace soundcheck {
 
 Library loadLibrary(const CommonOptions& options) {
@@ -48,23 +50,47 @@ void Session::shutDown(Device& device) {
     m_backend->waitForClosedDevices();
 }
 
-void Session::replace(std::unique_ptr<BlockSource> source) {
+std::vector<std::string> Session::shutDown(std::span<const std::unique_ptr<Device>> devices) {
+    std::vector<std::string> failures;
+    const auto guarded = [&](const std::string& what, const auto& call) {
+        const CallWatch watch(m_console, what);
+        try {
+            call();
+        } catch (const BackendError& error) {
+            failures.push_back(what + ": " + error.what());
+        }
+    };
+    // All are given up before anybody waits: a device that hangs is waited for when the others are on their way.
+    for (const auto& device : devices)
+        if (device)
+            guarded("Stopping " + device->id(), [&] { device->stop(); });
+    for (const auto& device : devices)
+        if (device)
+            guarded("Closing " + device->id(), [&] { device->close(); });
+    guarded("Waiting for the closed devices", [&] { m_backend->waitForClosedDevices(); });
+    return failures;
+}
+
+// What was there before goes with the argument, when the lock is released again.
+
+void Session::route(const Device& device, std::unique_ptr<BlockSource> source) {
     const DspLockGuard quiet(*m_backend);
-    m_playback = std::move(source);
+    m_playback[device.id()].swap(source);
 }
 
-void Session::replace(std::unique_ptr<BlockSink> sink) {
+void Session::route(const Device& device, std::unique_ptr<BlockSink> sink) {
     const DspLockGuard quiet(*m_backend);
-    m_capture = std::move(sink);
+    m_capture[device.id()].swap(sink);
 }
 
-std::int32_t Session::fillPlayback(std::string_view, const AudioBlock& block) {
-    return m_playback ? m_playback->fill(block) : 0;
+std::int32_t Session::fillPlayback(std::string_view deviceId, const AudioBlock& block) {
+    const auto found = m_playback.find(deviceId);
+    return found != m_playback.end() ? found->second->fill(block) : 0;
 }
 
-void Session::takeCapture(std::string_view, const AudioBlock& captured, const AudioBlock* reference) {
-    if (m_capture)
-        m_capture->take(captured, reference);
+void Session::takeCapture(std::string_view deviceId, const AudioBlock& captured, const AudioBlock* reference) {
+    if (const auto found = m_capture.find(deviceId); found != m_capture.end())
+        found->second->take(captured, reference);
 }
 
 void Session::logMessage(std::string_view deviceId, std::string_view message, std::int32_t level) {

@@ -1,10 +1,12 @@
 /**
  * @file
- * The plug-in in use: loaded, initialized, its callbacks connected with the streams of a command, and shut down in
- * the order that it asks for. Commands open their devices behind the session, so that these are closed first.
+ * The plug-in in use: loaded, initialized, the callbacks of any number of devices connected with the streams of a
+ * command, and shut down in the order that it asks for. Commands open their devices behind the session, so that these
+ * are closed first.
  *
- * Thread: the main thread; the callbacks run on the plug-in's. Ownership: owns the streams, which live until no
- * callback can come any more. Failure: see the client library.
+ * Thread: the main thread; the callbacks run on the plug-in's and only look their stream up. Ownership: owns the
+ * streams, which live until no callback can come any more, or until another one takes their place. Failure: see the
+ * client library.
  */
 #pragma once
 
@@ -15,10 +17,15 @@
 #include "streams/block_streams.h"
 
 #include <concepts>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace soundcheck {
 
@@ -42,19 +49,23 @@ public:
     void start(Device& device);
     /** Stops and closes the device and waits until it is gone: from now on its numbers stand still. */
     void shutDown(Device& device);
+    /**
+     * The same for many (null ones are skipped), each on its own: one that fails keeps no other open.
+     * @return a sentence for each failure
+     */
+    std::vector<std::string> shutDown(std::span<const std::unique_ptr<Device>> devices);
 
-    /** What the playback callback takes from. */
-    template <std::derived_from<BlockSource> Source>
-    Source& attach(std::unique_ptr<Source> source) {
-        Source& attached = *source;
-        replace(std::move(source));
+    /** The stream that the device's callback takes from, or puts into; a former one goes. */
+    template <std::derived_from<BlockSource> Stream>
+    Stream& attach(const Device& device, std::unique_ptr<Stream> stream) {
+        Stream& attached = *stream;
+        route(device, std::move(stream));
         return attached;
     }
-    /** What the capture callback puts into. */
-    template <std::derived_from<BlockSink> Sink>
-    Sink& attach(std::unique_ptr<Sink> sink) {
-        Sink& attached = *sink;
-        replace(std::move(sink));
+    template <std::derived_from<BlockSink> Stream>
+    Stream& attach(const Device& device, std::unique_ptr<Stream> stream) {
+        Stream& attached = *stream;
+        route(device, std::move(stream));
         return attached;
     }
 
@@ -63,13 +74,17 @@ public:
     void logMessage(std::string_view deviceId, std::string_view message, std::int32_t level) override;
 
 private:
-    void replace(std::unique_ptr<BlockSource> source);
-    void replace(std::unique_ptr<BlockSink> sink);
+    /** By identifier; looked up without making a text. */
+    template <typename Port>
+    using Routes = std::map<std::string, std::unique_ptr<Port>, std::less<>>;
+
+    void route(const Device& device, std::unique_ptr<BlockSource> source);
+    void route(const Device& device, std::unique_ptr<BlockSink> sink);
 
     Console& m_console;
     LogPrinter m_log;
-    std::unique_ptr<BlockSource> m_playback; ///< changed under the DSP lock
-    std::unique_ptr<BlockSink> m_capture;    ///< changed under the DSP lock
+    Routes<BlockSource> m_playback; ///< changed under the DSP lock
+    Routes<BlockSink> m_capture;    ///< changed under the DSP lock
     Library m_library;
     std::optional<Backend> m_backend; ///< last, so that it goes before what its callbacks use
 };

@@ -87,9 +87,11 @@ ExitCode TalkCommand::run(const RunContext& context) {
 
     WavWriter microphoneFile(toPath(m_microphoneFile), wavFormatOf(in));
     CaptureStream& captured = session.attach(
-        std::make_unique<CaptureStream>(std::move(microphoneFile), in, makeEchoOutput(m_echoFile, echo)));
-    PlaybackStream& played = session.attach(std::make_unique<PlaybackStream>(
-        ConvertedWav(std::move(reader), out.channels, out.sampleRate, framesIn(m_seconds, out.sampleRate)), out));
+        *capture, std::make_unique<CaptureStream>(std::move(microphoneFile), in, makeEchoOutput(m_echoFile, echo)));
+    PlaybackStream& played = session.attach(
+        *playback,
+        std::make_unique<PlaybackStream>(
+            ConvertedWav(std::move(reader), out.channels, out.sampleRate, framesIn(m_seconds, out.sampleRate)), out));
 
     context.console.line("playing " + m_speech + " on " + speaker.name + ", " + formatText(out));
     context.console.line("capturing " + microphone.name + ", " + formatText(in));

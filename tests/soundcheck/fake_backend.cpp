@@ -227,6 +227,8 @@ FAKE_EXPORT BackendResult orvosoundbackend_startDevice(DirectSoundBackend* backe
 FAKE_EXPORT BackendResult orvosoundbackend_stopDevice(DirectSoundBackend* backend, DeviceDirection direction,
                                                       const char* id, std::uint32_t) {
     note("stop-" + std::to_string(direction));
+    if (asked("stop-fails"))
+        return ORVO_OS_ERROR;
     return find(backend, direction, id) != nullptr ? ORVO_OK : ORVO_DEVICE_NOT_OPEN; // a block or two may still come
 }
 
