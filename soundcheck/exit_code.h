@@ -14,7 +14,7 @@ enum class ExitCode : int {
     checkFailed = 1,    ///< it ran, but something that was checked is wrong
     usage = 2,          ///< the command line names something that cannot be used
     backendFailed = 3,  ///< the plug-in, or its loading, failed
-    nothingChecked = 77 ///< there is no device, so nothing was checked
+    nothingChecked = 77 ///< there is no device, or Ctrl-C came too early: nothing was checked
 };
 
 constexpr int toInt(ExitCode code) {
@@ -29,6 +29,13 @@ public:
 
 private:
     ExitCode m_code;
+};
+
+/** Ctrl-C came before there was anything to judge: that is no success. */
+class InterruptedTooEarly : public Failure {
+public:
+    InterruptedTooEarly()
+        : Failure(ExitCode::nothingChecked, "It was interrupted before there was anything to judge.") {}
 };
 
 } // namespace soundcheck

@@ -4,9 +4,7 @@
  */
 #pragma once
 
-#include "console/console.h"
-#include "console/interrupt.h"
-#include "console/log_printer.h"
+#include "commands/run_context.h"
 #include "exit_code.h"
 
 #include <memory>
@@ -18,19 +16,6 @@ class App;
 }
 
 namespace soundcheck {
-
-/** The options that stand before or behind every command. */
-struct CommonOptions {
-    std::string library; ///< empty: the plug-in beside the program
-    LogThreshold log = LogThreshold::warnings;
-};
-
-/** What a command runs with; outlives it. */
-struct RunContext {
-    Console& console;
-    const Interrupt& interrupt;
-    const CommonOptions& options;
-};
 
 class Command {
 public:

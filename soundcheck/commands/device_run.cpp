@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace soundcheck {
 namespace {
@@ -53,11 +54,29 @@ void checkRecording(Checks& checks, const CaptureStream& stream) {
                   std::to_string(stream.droppedBlocks()) + " captured block(s) could not be written.");
 }
 
-void checkRun(Checks& checks, const LogPrinter& log, const Supervision& supervision, Ending ending) {
+void tellSummary(const RunContext& context, std::string_view command, const Summary& summary, std::string_view ended,
+                 const Json& details) {
+    Json section = summary.values();
+    section.update(details);
+    context.document.set(command, std::move(section));
+    context.document.setEnded(ended);
+    const LogRecord& log = context.document.log();
+    const std::string counts = Summary()
+                                   .add("log_errors", log.count(ORVO_LOG_ERROR))
+                                   .add("log_warnings", log.count(ORVO_LOG_WARNING))
+                                   .add("log_information", log.count(ORVO_LOG_INFORMATION))
+                                   .addWord("ended", ended)
+                                   .text();
+    context.console.line("summary command=" + std::string(command) + summary.text() + counts);
+}
+
+void checkRun(Checks& checks, const LogRecord& log, const Supervision& supervision, Ending ending) {
     checks.expect(log.count(ORVO_LOG_ERROR) == 0,
                   "The plug-in reported " + std::to_string(log.count(ORVO_LOG_ERROR)) + " error(s).");
     checks.expect(supervision.stalls() == 0, "A device stood still.");
     checks.expect(ending != Ending::gaveUp, "It did not go on; soundcheck gave up.");
+    if (ending == Ending::interrupted && !supervision.allBegan() && !checks.failed())
+        throw InterruptedTooEarly();
 }
 
 } // namespace soundcheck

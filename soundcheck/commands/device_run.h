@@ -5,13 +5,15 @@
 #pragma once
 
 #include "client/device.h"
-#include "commands/report.h"
+#include "commands/checks.h"
 #include "commands/supervision.h"
+#include "report/summary.h"
 #include "streams/capture_stream.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace soundcheck {
 
@@ -44,7 +46,17 @@ WavFormat wavFormatOf(const DeviceFormat& format);
 /** Everything that was captured is on disk. */
 void checkRecording(Checks& checks, const CaptureStream& stream);
 
-/** What every run must keep: no error told by the plug-in, no device that stood still. */
-void checkRun(Checks& checks, const LogPrinter& log, const Supervision& supervision, Ending ending);
+/**
+ * Tells a command's numbers: the line `summary command=play ... ended=complete`, and the section of the document.
+ * @param details more for the section, which is too much for a line
+ */
+void tellSummary(const RunContext& context, std::string_view command, const Summary& summary, std::string_view ended,
+                 const Json& details = Json::object());
+
+/**
+ * What every run must keep: no error told by the plug-in, no device that stood still. Throws InterruptedTooEarly
+ * when Ctrl-C came before every device had begun, and nothing else is wrong.
+ */
+void checkRun(Checks& checks, const LogRecord& log, const Supervision& supervision, Ending ending);
 
 } // namespace soundcheck

@@ -13,7 +13,7 @@ std::string InfoCommand::description() const {
 void InfoCommand::addOptions(CLI::App&) {}
 
 ExitCode InfoCommand::run(const RunContext& context) {
-    const Library library = loadLibrary(context.options);
+    const Library library = loadLibrary(context);
     const BackendInfo& info = *library.exports().orvosoundbackend_getInfo();
     const std::filesystem::path file = library.path();
     const BackendResult supported = library.exports().orvosoundbackend_isSupported();
@@ -26,6 +26,7 @@ ExitCode InfoCommand::run(const RunContext& context) {
     console.line("library version " + fileVersion(file).value_or("none"));
     console.line("windows         " + windowsVersion());
     console.line("wine            " + wineVersion().value_or("no"));
+    context.document.set(name(), {{"supported", supported == 0}, {"numbers", {info.firstNumber, info.secondNumber}}});
     library.check(supported, "The support check");
     return ExitCode::done;
 }

@@ -22,6 +22,16 @@ void printList(Console& console, std::string_view title, const std::vector<Devic
         console.line("  none");
 }
 
+Json listJson(const std::vector<DeviceEntry>& devices) {
+    Json list = Json::array();
+    for (const DeviceEntry& device : devices)
+        list.push_back({{"number", device.number},
+                        {"id", device.id},
+                        {"name", printable(device.name)},
+                        {"default", device.isDefault}});
+    return list;
+}
+
 } // namespace
 
 std::string ListCommand::description() const {
@@ -36,7 +46,10 @@ ExitCode ListCommand::run(const RunContext& context) {
     const std::vector<DeviceEntry> capture = session.backend().devices(ORVO_CAPTURE);
     printList(context.console, "playback devices", playback);
     printList(context.console, "capture devices", capture);
-    return playback.empty() && capture.empty() ? ExitCode::nothingChecked : ExitCode::done;
+    context.document.set(name(), {{"playback", listJson(playback)}, {"capture", listJson(capture)}});
+    if (playback.empty() && capture.empty())
+        throw Failure(ExitCode::nothingChecked, "There is no device.");
+    return ExitCode::done;
 }
 
 } // namespace soundcheck

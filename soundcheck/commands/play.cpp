@@ -2,7 +2,6 @@
 
 #include "audio/wav_reader.h"
 #include "commands/device_run.h"
-#include "commands/report.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
 #include "platform/text.h"
@@ -54,19 +53,18 @@ ExitCode PlayCommand::run(const RunContext& context) {
                         });
     session.shutDown(*device);
 
-    context.console.line(Summary(name())
-                             .addQuoted("device", entry.name)
-                             .add("rate", std::uint64_t{format.sampleRate})
-                             .add("channels", std::uint64_t{format.channels})
-                             .add("blocks", stream.clock().blocks())
-                             .add("frames", stream.framesDelivered())
-                             .add("underruns", stream.underruns())
-                             .add("longest_gap_ms", stream.clock().longestGapMilliseconds(), 1)
-                             .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
-                             .addLogCounts(session.log())
-                             .addWord("ended", endingName(ending))
-                             .text());
-    Checks checks(context.console);
+    tellSummary(context, name(),
+                Summary()
+                    .addQuoted("device", entry.name)
+                    .add("rate", std::uint64_t{format.sampleRate})
+                    .add("channels", std::uint64_t{format.channels})
+                    .add("blocks", stream.clock().blocks())
+                    .add("frames", stream.framesDelivered())
+                    .add("underruns", stream.underruns())
+                    .add("longest_gap_ms", stream.clock().longestGapMilliseconds(), 1)
+                    .add("stalls", static_cast<std::uint64_t>(supervision.stalls())),
+                endingName(ending));
+    Checks checks(context);
     checks.expect(stream.failure().empty(), stream.failure());
     checks.expect(stream.underruns() == 0, "The file was not read fast enough; there are gaps in what was played.");
     checkRun(checks, session.log(), supervision, ending);

@@ -13,27 +13,30 @@
 namespace soundcheck {
 namespace {
 
-ExitCode tell(Console& console, ExitCode code, const std::exception& error) {
-    console.errorLine(std::string("soundcheck: ") + error.what());
+ExitCode tell(const RunContext& context, ExitCode code, const std::string& sentence,
+              std::string_view ended = "failed") {
+    tellFinding(context, sentence);
+    context.document.setEnded(ended);
     return code;
 }
 
 ExitCode runCommand(Command& command, const RunContext& context) {
     try {
         return command.run(context);
+    } catch (const InterruptedTooEarly& error) {
+        return tell(context, error.code(), error.what(), "interrupted");
     } catch (const Failure& error) {
-        return tell(context.console, error.code(), error);
+        return tell(context, error.code(), error.what());
     } catch (const BackendError& error) {
-        return tell(context.console, ExitCode::backendFailed, error);
+        return tell(context, ExitCode::backendFailed, error.what());
     } catch (const LibraryError& error) {
-        return tell(context.console, ExitCode::backendFailed, error);
+        return tell(context, ExitCode::backendFailed, error.what());
     } catch (const SelectionError& error) {
-        return tell(context.console, ExitCode::usage, error);
+        return tell(context, ExitCode::usage, error.what());
     } catch (const AudioFileError& error) {
-        return tell(context.console, ExitCode::usage, error);
+        return tell(context, ExitCode::usage, error.what());
     } catch (const std::exception& error) { // memory or threads ran out
-        context.console.errorLine(std::string("soundcheck: The system failed: ") + error.what() + ".");
-        return ExitCode::checkFailed;
+        return tell(context, ExitCode::checkFailed, std::string("The system failed: ") + error.what() + ".");
     }
 }
 
@@ -47,6 +50,7 @@ void addCommonOptions(CLI::App& app, CommonOptions& options) {
     app.add_option("--log", options.log, "Show the plug-in's log lines up to this level (default: warning)")
         ->transform(CLI::CheckedTransformer(levels, CLI::ignore_case))
         ->option_text("none|error|warning|information");
+    app.add_flag("--json", options.json, "Write one JSON document to standard output, and nothing else");
     app.fallthrough(); // the common options may stand behind the command, too
 }
 
@@ -54,6 +58,24 @@ void printLines(const std::string& text, void (Console::*print)(std::string_view
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);)
         (console.*print)(line);
+}
+
+/** Help, or what is wrong with the command line. */
+ExitCode answerUsage(const CLI::App& app, const CLI::ParseError& error, Console& console, const Interrupt& interrupt,
+                     const CommonOptions& options) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int code = app.exit(error, out, err);
+    printLines(out.str(), &Console::line, console);
+    printLines(err.str(), &Console::errorLine, console);
+    if (code == 0) // asking for help is no mistake
+        return ExitCode::done;
+    const std::vector<CLI::App*> named = app.get_subcommands();
+    Document document(named.empty() ? "" : named.front()->get_name());
+    document.addFinding(error.what());
+    document.setEnded("failed");
+    deliverDocument({console, interrupt, options, document}, ExitCode::usage);
+    return ExitCode::usage;
 }
 
 } // namespace
@@ -74,18 +96,21 @@ ExitCode runProgram(std::vector<std::string> arguments, Console& console, const 
         subcommand->callback([&chosen, wanted = command.get()] { chosen = wanted; });
     }
 
+    // Asked for here, too, as a wrong command line is answered with a document as well.
+    options.json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
     try {
         std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back
         app.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {
-        std::ostringstream out;
-        std::ostringstream err;
-        const int code = app.exit(error, out, err);
-        printLines(out.str(), &Console::line, console);
-        printLines(err.str(), &Console::errorLine, console);
-        return code == 0 ? ExitCode::done : ExitCode::usage; // asking for help is no mistake
+        return answerUsage(app, error, console, interrupt, options);
     }
-    return runCommand(*chosen, {console, interrupt, options});
+    Document document(chosen->name());
+    const RunContext context{console, interrupt, options, document};
+    if (options.json)
+        console.keepForDocument();
+    const ExitCode code = runCommand(*chosen, context);
+    deliverDocument(context, code);
+    return code;
 }
 
 } // namespace soundcheck

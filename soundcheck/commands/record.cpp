@@ -2,7 +2,6 @@
 
 #include "audio/wav_writer.h"
 #include "commands/device_run.h"
-#include "commands/report.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
 #include "platform/text.h"
@@ -46,21 +45,20 @@ ExitCode RecordCommand::run(const RunContext& context) {
     session.shutDown(*device);
     stream.finish();
 
-    context.console.line(Summary(name())
-                             .addQuoted("device", entry.name)
-                             .add("rate", std::uint64_t{format.sampleRate})
-                             .add("channels", std::uint64_t{format.channels})
-                             .add("bits", std::uint64_t{format.bitsPerSample})
-                             .add("blocks", stream.clock().blocks())
-                             .add("frames", stream.framesWritten())
-                             .add("dropped", stream.droppedBlocks())
-                             .add("rate_percent", stream.clock().ratePercent(kBlockMilliseconds), 2)
-                             .add("longest_gap_ms", stream.clock().longestGapMilliseconds(), 1)
-                             .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
-                             .addLogCounts(session.log())
-                             .addWord("ended", stream.failed() ? "failed" : endingName(ending))
-                             .text());
-    Checks checks(context.console);
+    tellSummary(context, name(),
+                Summary()
+                    .addQuoted("device", entry.name)
+                    .add("rate", std::uint64_t{format.sampleRate})
+                    .add("channels", std::uint64_t{format.channels})
+                    .add("bits", std::uint64_t{format.bitsPerSample})
+                    .add("blocks", stream.clock().blocks())
+                    .add("frames", stream.framesWritten())
+                    .add("dropped", stream.droppedBlocks())
+                    .add("rate_percent", stream.clock().ratePercent(kBlockMilliseconds), 2)
+                    .add("longest_gap_ms", stream.clock().longestGapMilliseconds(), 1)
+                    .add("stalls", static_cast<std::uint64_t>(supervision.stalls())),
+                stream.failed() ? "failed" : endingName(ending));
+    Checks checks(context);
     checkRecording(checks, stream);
     checkRun(checks, session.log(), supervision, ending);
     return checks.exitCode();

@@ -1,26 +1,28 @@
 #include "commands/session.h"
 
 #include "client/device_selection.h"
-#include "console/call_watch.h"
 #include "platform/text.h"
+#include "report/environment.h"
 
 #include <utility>
 
 namespace soundcheck {
 
-Library loadLibrary(const CommonOptions& options) {
-    return options.library.empty() ? Library() : Library(toPath(options.library));
+Library loadLibrary(const RunContext& context) {
+    const std::string& file = context.options.library;
+    Library library = file.empty() ? Library() : Library(toPath(file));
+    context.document.setPlugin(environmentOfPlugin(library));
+    return library;
 }
 
 Session::Session(const RunContext& context)
-    : m_console(context.console), m_log(context.console, context.options.log),
-      m_library(loadLibrary(context.options)) {
-    const CallWatch watch(m_console, "Initializing the plug-in");
+    : m_context(context), m_printer(context.console, context.options.log), m_library(loadLibrary(context)) {
+    const CallWatch watch = watchCall(m_context, "Initializing the plug-in");
     m_backend.emplace(m_library, *this);
 }
 
 Session::~Session() {
-    const CallWatch watch(m_console, "Shutting the plug-in down");
+    const CallWatch watch = watchCall(m_context, "Shutting the plug-in down");
     m_backend.reset();
 }
 
@@ -34,17 +36,17 @@ DeviceEntry Session::choose(DeviceDirection direction, const std::string& wanted
 }
 
 std::unique_ptr<Device> Session::open(DeviceDirection direction, const DeviceEntry& entry) {
-    const CallWatch watch(m_console, "Opening " + entry.name);
+    const CallWatch watch = watchCall(m_context, "Opening " + entry.name);
     return std::make_unique<Device>(*m_backend, direction, entry.id);
 }
 
 void Session::start(Device& device) {
-    const CallWatch watch(m_console, "Starting the device");
+    const CallWatch watch = watchCall(m_context, "Starting the device");
     device.start();
 }
 
 void Session::shutDown(Device& device) {
-    const CallWatch watch(m_console, "Closing the device");
+    const CallWatch watch = watchCall(m_context, "Closing the device");
     device.stop();
     device.close();
     m_backend->waitForClosedDevices();
@@ -53,7 +55,7 @@ void Session::shutDown(Device& device) {
 std::vector<std::string> Session::shutDown(std::span<const std::unique_ptr<Device>> devices) {
     std::vector<std::string> failures;
     const auto guarded = [&](const std::string& what, const auto& call) {
-        const CallWatch watch(m_console, what);
+        const CallWatch watch = watchCall(m_context, what);
         try {
             call();
         } catch (const BackendError& error) {
@@ -94,7 +96,8 @@ void Session::takeCapture(std::string_view deviceId, const AudioBlock& captured,
 }
 
 void Session::logMessage(std::string_view deviceId, std::string_view message, std::int32_t level) {
-    m_log.add(deviceId, message, level);
+    m_context.document.log().add(deviceId, message, level, LogRecord::Clock::now());
+    m_printer.add(deviceId, message, level);
 }
 
 } // namespace soundcheck

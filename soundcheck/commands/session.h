@@ -29,8 +29,8 @@
 
 namespace soundcheck {
 
-/** The library that the options name. */
-Library loadLibrary(const CommonOptions& options);
+/** The library that the options name; the document tells which one it is. */
+Library loadLibrary(const RunContext& context);
 
 class Session final : public BackendListener {
 public:
@@ -40,7 +40,7 @@ public:
     ~Session() override;
 
     Backend& backend() { return *m_backend; }
-    const LogPrinter& log() const { return m_log; }
+    const LogRecord& log() const { return m_context.document.log(); }
 
     /** The device that `wanted` names. Throws SelectionError, or Failure when there is no device at all. */
     DeviceEntry choose(DeviceDirection direction, const std::string& wanted) const;
@@ -81,8 +81,8 @@ private:
     void route(const Device& device, std::unique_ptr<BlockSource> source);
     void route(const Device& device, std::unique_ptr<BlockSink> sink);
 
-    Console& m_console;
-    LogPrinter m_log;
+    const RunContext m_context;
+    LogPrinter m_printer;
     Routes<BlockSource> m_playback; ///< changed under the DSP lock
     Routes<BlockSink> m_capture;    ///< changed under the DSP lock
     Library m_library;

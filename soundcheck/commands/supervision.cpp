@@ -35,10 +35,9 @@ Ending Supervision::run(const std::function<bool()>& done, const std::function<s
         const auto now = StallWatch::Clock::now();
         for (Watched& watched : m_watched)
             if (watched.stall.update(watched.clock->blocks(), now))
-                m_context.console.errorLine("soundcheck: " + watched.name +
-                                            (watched.clock->blocks() == 0
-                                                 ? " does not begin: no block yet."
-                                                 : " stands still: no block for more than a second."));
+                tellFinding(m_context, watched.name + (watched.clock->blocks() == 0
+                                                           ? " does not begin: no block yet."
+                                                           : " stands still: no block for more than a second."));
         if (std::any_of(m_watched.begin(), m_watched.end(),
                         [now](const Watched& watched) { return watched.stall.givenUp(now); }))
             return Ending::gaveUp;
@@ -46,6 +45,11 @@ Ending Supervision::run(const std::function<bool()>& done, const std::function<s
             m_context.console.progress(progress());
     }
     return Ending::complete;
+}
+
+bool Supervision::allBegan() const {
+    return std::all_of(m_watched.begin(), m_watched.end(),
+                       [](const Watched& watched) { return watched.clock->blocks() != 0; });
 }
 
 int Supervision::stalls() const {

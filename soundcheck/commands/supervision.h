@@ -33,6 +33,8 @@ public:
      */
     Ending run(const std::function<bool()>& done, const std::function<std::string()>& progress);
 
+    /** Whether every device has asked for or delivered a block. */
+    bool allBegan() const;
     /** How often a device stood still. */
     int stalls() const;
 

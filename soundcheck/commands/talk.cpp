@@ -2,7 +2,6 @@
 
 #include "audio/wav_reader.h"
 #include "commands/device_run.h"
-#include "commands/report.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
 #include "platform/text.h"
@@ -73,7 +72,7 @@ void TalkCommand::addOptions(CLI::App& app) {
 ExitCode TalkCommand::run(const RunContext& context) {
     WavReader reader(toPath(m_speech));
     Session session(context);
-    Checks checks(context.console);
+    Checks checks(context);
     const DeviceEntry speaker = session.choose(ORVO_PLAYBACK, m_playback);
     const DeviceEntry microphone = session.choose(ORVO_CAPTURE, m_capture);
 
@@ -113,26 +112,25 @@ ExitCode TalkCommand::run(const RunContext& context) {
     captured.finish();
 
     const std::uint64_t withReference = captured.blocksWithReference();
-    context.console.line(Summary(name())
-                             .addQuoted("playback", speaker.name)
-                             .addQuoted("capture", microphone.name)
-                             .add("echo_mask", std::uint64_t{echo.channelMask})
-                             .add("echo_bits", std::uint64_t{echo.bitsPerSample})
-                             .add("echo_rate", std::uint64_t{echo.sampleRate})
-                             .add("played_blocks", played.clock().blocks())
-                             .add("played_frames", played.framesDelivered())
-                             .add("underruns", played.underruns())
-                             .add("blocks", captured.clock().blocks())
-                             .add("with_reference", withReference)
-                             .add("without_reference", captured.clock().blocks() - withReference)
-                             .add("frames", captured.framesWritten())
-                             .add("dropped", captured.droppedBlocks())
-                             .add("rate_percent", captured.clock().ratePercent(kBlockMilliseconds), 2)
-                             .add("longest_gap_ms", captured.clock().longestGapMilliseconds(), 1)
-                             .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
-                             .addLogCounts(session.log())
-                             .addWord("ended", captured.failed() ? "failed" : endingName(ending))
-                             .text());
+    tellSummary(context, name(),
+                Summary()
+                    .addQuoted("playback", speaker.name)
+                    .addQuoted("capture", microphone.name)
+                    .add("echo_mask", std::uint64_t{echo.channelMask})
+                    .add("echo_bits", std::uint64_t{echo.bitsPerSample})
+                    .add("echo_rate", std::uint64_t{echo.sampleRate})
+                    .add("played_blocks", played.clock().blocks())
+                    .add("played_frames", played.framesDelivered())
+                    .add("underruns", played.underruns())
+                    .add("blocks", captured.clock().blocks())
+                    .add("with_reference", withReference)
+                    .add("without_reference", captured.clock().blocks() - withReference)
+                    .add("frames", captured.framesWritten())
+                    .add("dropped", captured.droppedBlocks())
+                    .add("rate_percent", captured.clock().ratePercent(kBlockMilliseconds), 2)
+                    .add("longest_gap_ms", captured.clock().longestGapMilliseconds(), 1)
+                    .add("stalls", static_cast<std::uint64_t>(supervision.stalls())),
+                captured.failed() ? "failed" : endingName(ending));
     checkStreams(checks, played, captured, ending);
     checkRecording(checks, captured);
     checkRun(checks, session.log(), supervision, ending);

@@ -1,8 +1,5 @@
 #include "console/call_watch.h"
 
-#include "exit_code.h"
-
-#include <cstdlib>
 #include <utility>
 
 namespace soundcheck {
@@ -10,8 +7,8 @@ namespace soundcheck {
 // No stop_token: waiting on one together with a condition can hang in the GNU runtime of version 12, whose
 // semaphore loses a wake-up on Windows.
 
-CallWatch::CallWatch(Console& console, std::string what, std::chrono::milliseconds limit)
-    : m_console(console), m_what(std::move(what)), m_limit(limit), m_thread([this] { watch(); }) {}
+CallWatch::CallWatch(std::string what, GiveUp giveUp, std::chrono::milliseconds limit)
+    : m_what(std::move(what)), m_giveUp(std::move(giveUp)), m_limit(limit), m_thread([this] { watch(); }) {}
 
 CallWatch::~CallWatch() {
     {
@@ -24,10 +21,8 @@ CallWatch::~CallWatch() {
 
 void CallWatch::watch() {
     std::unique_lock lock(m_mutex);
-    if (m_wakeUp.wait_for(lock, m_limit, [this] { return m_returned; }))
-        return;
-    m_console.errorLine("soundcheck: " + m_what + " does not come to an end; soundcheck gives up.");
-    std::_Exit(toInt(ExitCode::backendFailed));
+    if (!m_wakeUp.wait_for(lock, m_limit, [this] { return m_returned; }))
+        m_giveUp(m_what + " does not come to an end; soundcheck gives up.");
 }
 
 } // namespace soundcheck

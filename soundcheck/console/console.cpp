@@ -50,6 +50,15 @@ Console::~Console() {
 }
 
 void Console::line(std::string_view text) {
+    if (!m_silent)
+        document(text);
+}
+
+void Console::keepForDocument() {
+    m_silent = true;
+}
+
+void Console::document(std::string_view text) {
     const std::lock_guard lock(m_mutex);
     leaveProgress();
     write(m_output, std::string(text) + "\n");
@@ -63,7 +72,7 @@ void Console::errorLine(std::string_view text) {
 
 void Console::progress(std::string_view text) {
     const std::lock_guard lock(m_mutex);
-    if (!m_terminal)
+    if (!isTerminal())
         return;
     std::string shown(text.substr(0, width() - 1));
     const std::size_t length = shown.size();

@@ -1,7 +1,7 @@
 /**
  * @file
  * The program's two text streams in UTF-8: results on standard output, sentences about failures on standard error.
- * Tests give two files of their own.
+ * Tests give two files of their own. When a machine reads the output it gets one document instead of the results.
  *
  * Thread: any; lines of several threads do not mix. Ownership: sets the console's code page and mode, restores
  * both when it goes. Failure: a closed stream is not an error.
@@ -31,7 +31,13 @@ public:
     /** Shows `text` in the line that is rewritten in place; nothing when the output is no terminal. */
     void progress(std::string_view text);
 
-    bool isTerminal() const { return m_terminal; }
+    /** From now on standard output carries the document only; lines and progress are left out. */
+    void keepForDocument();
+    /** Writes the document, ending with a line end; also after keepForDocument. */
+    void document(std::string_view text);
+
+    /** Whether progress is shown. */
+    bool isTerminal() const { return m_terminal && !m_silent; }
     /** Characters that fit into one line of the terminal. */
     std::size_t width() const;
 
@@ -43,6 +49,7 @@ private:
     HANDLE m_terminalHandle;
     std::mutex m_mutex;
     bool m_terminal = false;
+    bool m_silent = false; ///< set before other threads use the console
     bool m_colours = false;
     UINT m_codePage = 0;    ///< to be restored; 0: there is no console
     DWORD m_outputMode = 0; ///< to be restored

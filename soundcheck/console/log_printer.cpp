@@ -1,24 +1,13 @@
 #include "console/log_printer.h"
 
+#include "report/log_record.h"
+
 #include <utility>
 
 namespace soundcheck {
 namespace {
 
 constexpr std::size_t kMaxWaitingLines = 1000;
-
-std::string_view levelName(std::int32_t level) {
-    switch (level) {
-    case 1:
-        return "error";
-    case 2:
-        return "warning";
-    case 3:
-        return "information";
-    default:
-        return "unknown level";
-    }
-}
 
 } // namespace
 
@@ -35,27 +24,21 @@ LogPrinter::~LogPrinter() {
 }
 
 void LogPrinter::add(std::string_view deviceId, std::string_view message, std::int32_t level) {
+    if (level > static_cast<std::int32_t>(m_threshold))
+        return;
     {
         const std::lock_guard lock(m_mutex);
-        ++m_counts[level >= 1 && level <= 3 ? static_cast<std::size_t>(level) : 0];
-        if (level > static_cast<std::int32_t>(m_threshold))
-            return;
         if (m_lines.size() == kMaxWaitingLines) {
             ++m_leftOut;
             return;
         }
         std::string line = "plug-in ";
-        line.append(levelName(level)).append(": ").append(message);
+        line.append(logLevelName(level)).append(": ").append(message);
         if (!deviceId.empty())
             line.append(" [").append(deviceId).append("]");
         m_lines.push_back(std::move(line));
     }
     m_added.notify_one();
-}
-
-std::uint64_t LogPrinter::count(std::int32_t level) const {
-    const std::lock_guard lock(m_mutex);
-    return m_counts[level >= 1 && level <= 3 ? static_cast<std::size_t>(level) : 0];
 }
 
 void LogPrinter::print() {

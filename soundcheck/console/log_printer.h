@@ -1,6 +1,6 @@
 /**
  * @file
- * The plug-in's log lines: counts them all, prints those that were asked for on standard error.
+ * Prints the plug-in's log lines that were asked for on standard error.
  *
  * Thread: `add` on any, also inside audio callbacks and on several threads at once; it waits for no terminal, a
  * thread of its own prints. Failure: when lines come faster than the terminal takes them, some are left out and
@@ -10,7 +10,6 @@
 
 #include "console/console.h"
 
-#include <array>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -34,19 +33,15 @@ public:
 
     void add(std::string_view deviceId, std::string_view message, std::int32_t level);
 
-    /** Lines of one level so far, printed or not. */
-    std::uint64_t count(std::int32_t level) const;
-
 private:
     void print();
 
     Console& m_console;
     LogThreshold m_threshold;
-    mutable std::mutex m_mutex; ///< guards what follows
+    std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_added;
     std::deque<std::string> m_lines;
     std::uint64_t m_leftOut = 0;
-    std::array<std::uint64_t, 4> m_counts{}; ///< by level; other levels are counted at 0
     bool m_ending = false;
     std::thread m_thread;
 };

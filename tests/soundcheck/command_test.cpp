@@ -1,19 +1,7 @@
 // The commands, run in this process against the fake plug-in: exit codes, summaries, files, and the calling order.
-#include "audio/wav_reader.h"
-#include "commands/program.h"
-#include "fake_backend.h"
-#include "platform/system_info.h"
-#include "platform/text.h"
-#include "test_files.h"
+#include "command_run.h"
 
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
-#include <array>
 #include <chrono>
-#include <cstdio>
-#include <memory>
 #include <thread>
 
 namespace soundcheck {
@@ -21,68 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const wchar_t* kFakeName = L"fake_backend.dll";
-
-class Commands : public testing::Test {
-protected:
-    Commands() : m_fake(LoadLibraryW((programFolder() / kFakeName).c_str())) { // kept, so that its notes live on
-        SetEnvironmentVariableA("FAKE_BACKEND", nullptr);
-        m_speech = test::sine16(440, 48000, 24123, 2);
-        test::store(m_folder.file("speech.wav"),
-                    test::wavFile(test::formatChunk(1, 2, 48000, 16), test::sampleBytes(m_speech)));
-    }
-    ~Commands() override {
-        if (m_fake != nullptr)
-            FreeLibrary(m_fake);
-    }
-    void SetUp() override { ASSERT_NE(m_fake, nullptr); }
-
-    static void misbehave(const char* words) { SetEnvironmentVariableA("FAKE_BACKEND", words); }
-
-    int run(std::vector<std::string> arguments) {
-        arguments.push_back("--dll");
-        arguments.push_back(pathText(programFolder() / kFakeName));
-        return runAsIs(std::move(arguments));
-    }
-    int runAsIs(std::vector<std::string> arguments) {
-        std::FILE* const out = _wfopen(m_folder.file("out.txt").c_str(), L"wb");
-        std::FILE* const err = _wfopen(m_folder.file("err.txt").c_str(), L"wb");
-        int code = -1;
-        {
-            Console console(out, err);
-            code = toInt(runProgram(std::move(arguments), console, m_interrupt));
-        }
-        std::fclose(out);
-        std::fclose(err);
-        return code;
-    }
-    std::string output() const { return test::text(m_folder.file("out.txt")); }
-    std::string errors() const { return test::text(m_folder.file("err.txt")); }
-    std::string path(std::string_view name) const { return pathText(m_folder.file(name)); }
-    bool said(std::string_view words) const { return (output() + errors()).find(words) != std::string::npos; }
-
-    std::string journal() const {
-        return reinterpret_cast<FakeJournal>(reinterpret_cast<void (*)()>(GetProcAddress(m_fake, "fake_journal")))();
-    }
-    std::vector<std::int16_t> played() const {
-        const auto take =
-            reinterpret_cast<FakePlayed>(reinterpret_cast<void (*)()>(GetProcAddress(m_fake, "fake_played")));
-        std::vector<std::int16_t> samples(1000000);
-        samples.resize(take(samples.data(), samples.size()));
-        return samples;
-    }
-    static std::vector<std::int16_t> samplesOf(const std::filesystem::path& file) {
-        WavReader reader(file);
-        std::vector<std::int16_t> samples(reader.frames() * reader.format().bytesPerFrame / 2);
-        reader.read(std::as_writable_bytes(std::span(samples)));
-        return samples;
-    }
-
-    HMODULE m_fake;
-    test::TemporaryFolder m_folder;
-    Interrupt m_interrupt;
-    std::vector<std::int16_t> m_speech;
-};
+using Commands = test::CommandRun;
 
 TEST_F(Commands, Usage_WrongCommandLines_GiveTwo) {
     EXPECT_EQ(runAsIs({}), 2);

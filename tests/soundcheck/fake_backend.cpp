@@ -118,7 +118,7 @@ void captureBlock(DirectSoundBackend& backend, const FakeDevice& device, std::in
 void work(DirectSoundBackend& backend, FakeDevice& device) {
     for (int number = 1; !device.stopping; ++number) {
         std::this_thread::sleep_for(kBlockTime);
-        if (asked("freeze") && number > kBlocksBeforeFreeze)
+        if (asked("silent") || (asked("freeze") && number > kBlocksBeforeFreeze))
             continue;
         if (device.direction == ORVO_PLAYBACK)
             playBlock(backend, device);

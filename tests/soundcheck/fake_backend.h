@@ -4,8 +4,9 @@
  * than time. What the words in the environment variable FAKE_BACKEND say goes wrong. It notes every call, so that
  * a test sees the order and what broke the contract.
  *
- * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, stop-fails, freeze (no block
- * after the tenth), eight-bits (capture), alternating-reference, no-reference, odd-echo (another rate is announced), log-error.
+ * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, stop-fails, silent (no block at
+ * all), freeze (no block after the tenth), eight-bits (capture), alternating-reference, no-reference, odd-echo (another
+ * rate is announced), log-error.
  */
 #pragma once
 

@@ -76,11 +76,12 @@ protected:
     Console m_console;
     Interrupt m_interrupt;
     CommonOptions m_options;
+    Document m_document{""};
     std::atomic<int> m_gone = 0; ///< sources that were destroyed
 };
 
 TEST_F(Sessions, ManyDevices_EachGetsItsOwnBlocks) {
-    Session session({m_console, m_interrupt, m_options});
+    Session session({m_console, m_interrupt, m_options, m_document});
     const auto speaker = session.open(ORVO_PLAYBACK, entry(kSpeaker));
     const auto headphones = session.open(ORVO_PLAYBACK, entry(kHeadphones));
     const auto microphone = session.open(ORVO_CAPTURE, entry(kMicrophone));
@@ -101,7 +102,7 @@ TEST_F(Sessions, ManyDevices_EachGetsItsOwnBlocks) {
 }
 
 TEST_F(Sessions, SecondStreamForADevice_TakesThePlaceOfTheFirst) {
-    Session session({m_console, m_interrupt, m_options});
+    Session session({m_console, m_interrupt, m_options, m_document});
     const auto speaker = session.open(ORVO_PLAYBACK, entry(kSpeaker));
     session.attach(*speaker, std::make_unique<CountingSource>(m_gone));
     session.start(*speaker);
@@ -111,7 +112,7 @@ TEST_F(Sessions, SecondStreamForADevice_TakesThePlaceOfTheFirst) {
 }
 
 TEST_F(Sessions, DeviceWithoutStream_PlaysSilenceAndIsNotHeard) {
-    Session session({m_console, m_interrupt, m_options});
+    Session session({m_console, m_interrupt, m_options, m_document});
     const auto speaker = session.open(ORVO_PLAYBACK, entry(kSpeaker));
     const auto microphone = session.open(ORVO_CAPTURE, entry(kMicrophone));
     session.start(*speaker);
@@ -126,7 +127,7 @@ TEST_F(Sessions, DeviceWithoutStream_PlaysSilenceAndIsNotHeard) {
 
 TEST_F(Sessions, ShutDownOfMany_OneFails_TheOthersAreClosedAll) {
     {
-        Session session({m_console, m_interrupt, m_options});
+        Session session({m_console, m_interrupt, m_options, m_document});
         std::vector<std::unique_ptr<Device>> devices;
         devices.push_back(session.open(ORVO_PLAYBACK, entry(kSpeaker)));
         devices.push_back(nullptr);
