@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -30,15 +31,21 @@ std::mutex journalMutex;
 std::string journal;
 std::vector<std::int16_t> played;
 
+std::string variable(const char* name) {
+    std::array<char, 512> text{};
+    const DWORD length = GetEnvironmentVariableA(name, text.data(), static_cast<DWORD>(text.size()));
+    return {text.data(), length};
+}
+
 void note(const std::string& word) {
     const std::lock_guard lock(journalMutex);
     journal += word + " ";
+    if (const std::string file = variable("FAKE_BACKEND_JOURNAL"); !file.empty())
+        std::ofstream(file, std::ios::app) << word << ' ';
 }
 
 bool asked(const std::string& word) {
-    std::array<char, 256> words{};
-    const DWORD length = GetEnvironmentVariableA("FAKE_BACKEND", words.data(), static_cast<DWORD>(words.size()));
-    return (" " + std::string(words.data(), length) + " ").find(" " + word + " ") != std::string::npos;
+    return (" " + variable("FAKE_BACKEND") + " ").find(" " + word + " ") != std::string::npos;
 }
 
 struct FakeDevice {
@@ -235,6 +242,8 @@ FAKE_EXPORT BackendResult orvosoundbackend_stopDevice(DirectSoundBackend* backen
 FAKE_EXPORT BackendResult orvosoundbackend_closeDevice(DirectSoundBackend* backend, DeviceDirection direction,
                                                        const char* id, std::uint32_t) {
     note("close-" + std::to_string(direction));
+    while (asked("close-hangs"))
+        std::this_thread::sleep_for(std::chrono::seconds(1));
     const auto found = backend->open.find(key(direction, id));
     if (found == backend->open.end())
         return ORVO_DEVICE_NOT_OPEN;

@@ -2,11 +2,11 @@
  * @file
  * The plug-in's part, played for tests: the fifteen exports with devices that exist only here, ten times faster
  * than time. What the words in the environment variable FAKE_BACKEND say goes wrong. It notes every call, so that
- * a test sees the order and what broke the contract.
+ * a test sees the order and what broke the contract; FAKE_BACKEND_JOURNAL names a file for the notes, too.
  *
- * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, stop-fails, silent (no block at
- * all), freeze (no block after the tenth), eight-bits (capture), alternating-reference, no-reference, odd-echo (another
- * rate is announced), log-error.
+ * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, stop-fails, close-hangs,
+ * silent (no block at all), freeze (no block after the tenth), eight-bits (capture), alternating-reference,
+ * no-reference, odd-echo (another rate is announced), log-error.
  */
 #pragma once
 
