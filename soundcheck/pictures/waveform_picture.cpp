@@ -1,0 +1,87 @@
+#include "pictures/drawing.h"
+#include "pictures/pictures.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace soundcheck {
+namespace {
+
+constexpr double kRowHeight = 70;
+
+/** Below -60 dB a signal is shown as the nothing that it is for the ear, not stretched to fill the row. */
+constexpr double kLeastPeak = 0.001;
+
+double peakOf(const WaveTrack& track) {
+    double peak = 0;
+    for (const WaveColumn& column : track.columns)
+        peak = std::max({peak, std::abs(column.low), std::abs(column.high)});
+    return peak;
+}
+
+std::string labelOf(const WaveTrack& track) {
+    const double peak = peakOf(track);
+    return shortened(track.name, kLongestLabel - 16) +
+           (peak > 0 ? ", peak " + fixedDecimals(20 * std::log10(peak), 1) + " dB" : std::string(", silence"));
+}
+
+/** A stroke per unit of width: more columns than that are not to be seen, and would make a page of megabytes. */
+std::string strokesOf(const WaveTrack& track, const PlotArea& area, const Scale& time) {
+    std::map<int, WaveColumn> strokes;
+    for (const WaveColumn& column : track.columns) {
+        const int x = static_cast<int>(std::lround(position(time, column.seconds, area.left, area.right)));
+        const auto [place, isNew] = strokes.try_emplace(x, column);
+        place->second.low = std::min(place->second.low, column.low);
+        place->second.high = std::max(place->second.high, column.high);
+    }
+    const double peak = std::max(peakOf(track), kLeastPeak);
+    const Scale level{-peak, peak, peak};
+    std::string commands;
+    for (const auto& [x, column] : strokes) {
+        const double top = position(level, column.high, area.bottom, area.top);
+        const double bottom = position(level, column.low, area.bottom, area.top);
+        commands += moveTo(x, top) + lineTo(x, std::max(bottom, top + 1)); // silence is a line, too
+    }
+    return commands;
+}
+
+} // namespace
+
+std::string waveformPicture(std::span<const WaveTrack> tracks) {
+    double first = 0;
+    double last = 0;
+    std::size_t rows = 0;
+    for (const WaveTrack& track : tracks)
+        if (!track.columns.empty()) {
+            first = rows == 0 ? track.columns.front().seconds : std::min(first, track.columns.front().seconds);
+            last = std::max(last, track.columns.back().seconds);
+            ++rows;
+        }
+    if (rows == 0)
+        return {};
+
+    const Scale time = timeScale(first, last, 0.1);
+    Drawing drawing(static_cast<double>(rows) * (kRowHeight + kLineHeight) + kAxisHeight,
+                    "Waveforms over " + fixedDecimals(last - first, 1) + " seconds");
+    PlotArea area;
+    area.left = 14;
+    area.bottom = 0;
+    for (const WaveTrack& track : tracks) {
+        if (track.columns.empty())
+            continue;
+        area.top = area.bottom + kLineHeight;
+        area.bottom = area.top + kRowHeight;
+        drawing.text(area.left, area.top - 4, Anchor::start, labelOf(track));
+        for (const double tick : ticksOf(time)) {
+            const double x = position(time, tick, area.left, area.right);
+            drawing.line(x, area.top, x, area.bottom, "grid");
+        }
+        drawing.path(strokesOf(track, area, time), "wave");
+    }
+    drawTimeAxis(drawing, area, time);
+    return drawing.svg();
+}
+
+} // namespace soundcheck
