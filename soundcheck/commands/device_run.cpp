@@ -70,9 +70,13 @@ void tellSummary(const RunContext& context, std::string_view command, const Summ
     context.console.line("summary command=" + std::string(command) + summary.text() + counts);
 }
 
-void checkRun(Checks& checks, const LogRecord& log, const Supervision& supervision, Ending ending) {
+void checkLog(Checks& checks, const LogRecord& log) {
     checks.expect(log.count(ORVO_LOG_ERROR) == 0,
                   "The plug-in reported " + std::to_string(log.count(ORVO_LOG_ERROR)) + " error(s).");
+}
+
+void checkRun(Checks& checks, const LogRecord& log, const Supervision& supervision, Ending ending) {
+    checkLog(checks, log);
     checks.expect(supervision.stalls() == 0, "A device stood still.");
     checks.expect(ending != Ending::gaveUp, "It did not go on; soundcheck gave up.");
     if (ending == Ending::interrupted && !supervision.allBegan() && !checks.failed())

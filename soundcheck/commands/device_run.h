@@ -53,6 +53,9 @@ void checkRecording(Checks& checks, const CaptureStream& stream);
 void tellSummary(const RunContext& context, std::string_view command, const Summary& summary, std::string_view ended,
                  const Json& details = Json::object());
 
+/** The plug-in told no error. */
+void checkLog(Checks& checks, const LogRecord& log);
+
 /**
  * What every run must keep: no error told by the plug-in, no device that stood still. Throws InterruptedTooEarly
  * when Ctrl-C came before every device had begun, and nothing else is wrong.

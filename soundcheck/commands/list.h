@@ -1,6 +1,7 @@
 /**
  * @file
- * `soundcheck list`. Lists the playback and capture devices with the numbers that other commands take.
+ * `soundcheck list`. Lists the playback and capture devices with the numbers that other commands take, and with
+ * --formats what each of them really opens with.
  */
 #pragma once
 
@@ -14,6 +15,9 @@ public:
     std::string description() const override;
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
+
+private:
+    bool m_formats = false;
 };
 
 } // namespace soundcheck

@@ -4,6 +4,7 @@
 #include "commands/play.h"
 #include "commands/record.h"
 #include "commands/talk.h"
+#include "commands/watch.h"
 
 namespace soundcheck {
 
@@ -11,6 +12,7 @@ CommandList makeCommands() {
     CommandList commands;
     commands.push_back(std::make_unique<InfoCommand>());
     commands.push_back(std::make_unique<ListCommand>());
+    commands.push_back(std::make_unique<WatchCommand>());
     commands.push_back(std::make_unique<PlayCommand>());
     commands.push_back(std::make_unique<RecordCommand>());
     commands.push_back(std::make_unique<TalkCommand>());

@@ -1,6 +1,8 @@
 #include "commands/session.h"
 
 #include "client/device_selection.h"
+#include "commands/device_list.h"
+#include "platform/system_info.h"
 #include "platform/text.h"
 #include "report/environment.h"
 
@@ -29,9 +31,7 @@ Session::~Session() {
 DeviceEntry Session::choose(DeviceDirection direction, const std::string& wanted) const {
     const std::vector<DeviceEntry> devices = m_backend->devices(direction);
     if (devices.empty())
-        throw Failure(ExitCode::nothingChecked, std::string("There is no ") +
-                                                    (direction == ORVO_PLAYBACK ? "playback" : "capture") +
-                                                    " device.");
+        throw Failure(ExitCode::nothingChecked, "There is no " + std::string(directionName(direction)) + " device.");
     return selectDevice(devices, wanted);
 }
 
@@ -43,6 +43,12 @@ std::unique_ptr<Device> Session::open(DeviceDirection direction, const DeviceEnt
 void Session::start(Device& device) {
     const CallWatch watch = watchCall(m_context, "Starting the device");
     device.start();
+}
+
+void Session::close(Device& device) {
+    const CallWatch watch = watchCall(m_context, "Closing the device");
+    device.close();
+    m_backend->waitForClosedDevices();
 }
 
 void Session::shutDown(Device& device) {
@@ -93,6 +99,10 @@ std::int32_t Session::fillPlayback(std::string_view deviceId, const AudioBlock& 
 void Session::takeCapture(std::string_view deviceId, const AudioBlock& captured, const AudioBlock* reference) {
     if (const auto found = m_capture.find(deviceId); found != m_capture.end())
         found->second->take(captured, reference);
+}
+
+void Session::deviceChanged(DeviceEventCode event, std::string_view deviceId, std::int32_t value) {
+    m_events.add({LogRecord::Clock::now(), localTimeText(), event, std::string(deviceId), value});
 }
 
 void Session::logMessage(std::string_view deviceId, std::string_view message, std::int32_t level) {

@@ -13,6 +13,7 @@
 #include "client/backend.h"
 #include "client/device.h"
 #include "commands/command.h"
+#include "commands/device_events.h"
 #include "console/log_printer.h"
 #include "streams/block_streams.h"
 
@@ -47,6 +48,8 @@ public:
 
     std::unique_ptr<Device> open(DeviceDirection direction, const DeviceEntry& entry);
     void start(Device& device);
+    /** Closes a device that was not started, and waits until it is gone. */
+    void close(Device& device);
     /** Stops and closes the device and waits until it is gone: from now on its numbers stand still. */
     void shutDown(Device& device);
     /**
@@ -69,8 +72,12 @@ public:
         return attached;
     }
 
+    /** The changes that the plug-in reports, from its first moment on. */
+    DeviceEvents& deviceEvents() { return m_events; }
+
     std::int32_t fillPlayback(std::string_view deviceId, const AudioBlock& block) override;
     void takeCapture(std::string_view deviceId, const AudioBlock& captured, const AudioBlock* reference) override;
+    void deviceChanged(DeviceEventCode event, std::string_view deviceId, std::int32_t value) override;
     void logMessage(std::string_view deviceId, std::string_view message, std::int32_t level) override;
 
 private:
@@ -83,6 +90,7 @@ private:
 
     const RunContext m_context;
     LogPrinter m_printer;
+    DeviceEvents m_events;
     Routes<BlockSource> m_playback; ///< changed under the DSP lock
     Routes<BlockSink> m_capture;    ///< changed under the DSP lock
     Library m_library;

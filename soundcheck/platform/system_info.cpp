@@ -18,7 +18,29 @@ Function systemFunction(const wchar_t* module, const char* name) {
     return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(loaded, name)));
 }
 
+std::string digits(unsigned value, std::size_t count) {
+    const std::string text = std::to_string(value);
+    return std::string(text.size() < count ? count - text.size() : 0, '0') + text;
+}
+
+std::string timeOfDay(const SYSTEMTIME& time) {
+    return digits(time.wHour, 2) + ":" + digits(time.wMinute, 2) + ":" + digits(time.wSecond, 2);
+}
+
 } // namespace
+
+std::string utcTimeText() {
+    SYSTEMTIME time{};
+    GetSystemTime(&time);
+    return digits(time.wYear, 4) + "-" + digits(time.wMonth, 2) + "-" + digits(time.wDay, 2) + "T" + timeOfDay(time) +
+           "Z";
+}
+
+std::string localTimeText() {
+    SYSTEMTIME time{};
+    GetLocalTime(&time);
+    return timeOfDay(time) + "." + digits(time.wMilliseconds, 3);
+}
 
 std::string windowsVersion() {
     OSVERSIONINFOW version{};

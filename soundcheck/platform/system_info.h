@@ -17,6 +17,12 @@ std::string windowsVersion();
 /** Wine's version, when this is Wine. */
 std::optional<std::string> wineVersion();
 
+/** "2026-01-31T12:34:56Z": now, in UTC. */
+std::string utcTimeText();
+
+/** "12:34:56.789": now, as the user's clock says. */
+std::string localTimeText();
+
 /** The file version of a module's version resource, "1.0.0.0"; nothing when it has none. */
 std::optional<std::string> fileVersion(const std::filesystem::path& module);
 

@@ -47,13 +47,6 @@ TEST_F(Commands, Info_Unsupported_GivesThreeWithCodeAndText) {
     EXPECT_TRUE(said("NOTSUPPORTED (-4)"));
 }
 
-TEST_F(Commands, List_ShowsNumbersAndMarksTheDefault) {
-    EXPECT_EQ(run({"list"}), 0);
-    EXPECT_TRUE(said("  1 * {11111111-0000-0000-0000-000000000001}  Fake Speaker\n"));
-    EXPECT_TRUE(said("  2   {22222222-0000-0000-0000-000000000002}  Fake Headset\n"));
-    EXPECT_EQ(journal(), "initialize wait finalize ");
-}
-
 TEST_F(Commands, NoDevices_GivesSeventySeven) {
     misbehave("no-devices");
     EXPECT_EQ(run({"list"}), 77);

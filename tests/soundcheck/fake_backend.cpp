@@ -62,6 +62,9 @@ struct Known {
     const char* name;
 };
 
+/** Comes when `latecomer` is asked for. */
+constexpr Known kLatecomer = {ORVO_PLAYBACK, "{11111111-0000-0000-0000-000000000003}", "Fake Latecomer"};
+
 constexpr std::array<Known, 4> kKnown = {
     {{ORVO_PLAYBACK, "{11111111-0000-0000-0000-000000000001}", "Fake Speaker"},
      {ORVO_PLAYBACK, "{11111111-0000-0000-0000-000000000002}", "Fake Headphones"},
@@ -85,6 +88,8 @@ struct DirectSoundBackend {
     std::vector<std::unique_ptr<FakeDevice>> closed;
     std::mutex dsp;
     std::uint32_t associations = 0;
+    std::atomic<bool> latecomerIsThere = false;
+    std::thread monitor;
 };
 
 namespace {
@@ -134,6 +139,21 @@ void work(DirectSoundBackend& backend, FakeDevice& device) {
     }
 }
 
+/** A device comes, becomes the default, and goes again. */
+void comeAndGo(DirectSoundBackend& backend) {
+    const auto tell = [&](DeviceEventCode event, std::int32_t value) {
+        backend.callbacks.notifyDeviceChange(backend.callbacks.clientContext, event, kLatecomer.id, value);
+    };
+    backend.latecomerIsThere = true;
+    tell(ORVO_EVENT_DEVICE_ADDED, ORVO_PLAYBACK);
+    tell(ORVO_EVENT_DEVICE_STATE, ORVO_STATE_ACTIVE);
+    tell(ORVO_EVENT_DEFAULT_CHANGED, ORVO_PLAYBACK);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    backend.latecomerIsThere = false;
+    tell(ORVO_EVENT_DEVICE_STATE, ORVO_STATE_NOT_PRESENT);
+    tell(ORVO_EVENT_DEVICE_REMOVED, ORVO_PLAYBACK);
+}
+
 } // namespace
 
 FAKE_EXPORT const char* fake_journal() {
@@ -163,11 +183,15 @@ FAKE_EXPORT BackendResult orvosoundbackend_initialize(DirectSoundBackend** out, 
     }
     *out = new DirectSoundBackend;
     (*out)->callbacks = *callbacks;
+    if (asked("latecomer"))
+        (*out)->monitor = std::thread([backend = *out] { comeAndGo(*backend); });
     return ORVO_OK;
 }
 
 FAKE_EXPORT BackendResult orvosoundbackend_finalize(DirectSoundBackend* backend) {
     note(backend->open.empty() && backend->closed.empty() ? "finalize" : "FINALIZED-TOO-EARLY");
+    if (backend->monitor.joinable())
+        backend->monitor.join();
     delete backend;
     return ORVO_OK;
 }
@@ -179,13 +203,17 @@ FAKE_EXPORT const char* orvosoundbackend_getErrorString(BackendResult code, cons
     return text;
 }
 
-FAKE_EXPORT BackendResult orvosoundbackend_enumDevices(DirectSoundBackend*, DeviceDirection direction,
+FAKE_EXPORT BackendResult orvosoundbackend_enumDevices(DirectSoundBackend* backend, DeviceDirection direction,
                                                        EnumDevicesCallback callback, void* userValue) {
     for (const Known& known : kKnown)
         if (known.direction == direction && !asked("no-devices")) {
             const DeviceInfoRecord record = recordOf(known);
             callback(&record, userValue);
         }
+    if (backend->latecomerIsThere && direction == kLatecomer.direction) {
+        const DeviceInfoRecord record = recordOf(kLatecomer);
+        callback(&record, userValue);
+    }
     return ORVO_OK;
 }
 
@@ -202,7 +230,7 @@ FAKE_EXPORT BackendResult orvosoundbackend_openDevice(DirectSoundBackend* backen
                                                       std::uint32_t* channels, std::uint32_t* bits,
                                                       std::uint32_t* rate, std::uint32_t* mask) {
     note("open-" + std::to_string(direction));
-    if (asked("open-fails"))
+    if (asked("open-fails") || (asked("capture-open-fails") && direction == ORVO_CAPTURE))
         return ORVO_DIRECTSOUNDCREATE8;
     *channels = kChannels;
     // The bytes of 8-bit blocks are half as many as the fake really has: enough for a test of the client.
