@@ -95,6 +95,8 @@ void Simulation::warmUp() {
             DirectSoundBackend* backend = nullptr;
             m_Exports.orvosoundbackend_isSupported();               // one line on standard output
             m_Exports.orvosoundbackend_initialize(&backend, &none); // one line on standard error
+            m_World.script.on("malloc").onCall(1).fails();
+            m_Exports.orvosoundbackend_initialize(&backend, &none); // an exception
             ++there;
             m_World.scheduler.wait(kNever, [&] { return there == kThreads; });
             ++gone;

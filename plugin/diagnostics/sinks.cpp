@@ -1,16 +1,16 @@
 #include "diagnostics/sinks.h"
 
-#include <iostream>
+#include <cstdio>
 
 namespace directsound {
 namespace {
 
-void writeLine(std::ostream& stream, std::string_view line) noexcept {
-    try {
-        stream << line << std::endl;
-    } catch (...) { // NOLINT(bugprone-empty-catch)
-        // Nobody is left to tell.
-    }
+// Not through the streams of the language: these need memory the first time that a thread writes, and the runtime ends
+// the process when there is none.
+void writeLine(std::FILE* stream, std::string_view line) noexcept {
+    std::fwrite(line.data(), 1, line.size(), stream);
+    std::fputc('\n', stream);
+    std::fflush(stream);
 }
 
 } // namespace
@@ -23,11 +23,11 @@ void logMessage(const BackendCallbacks& callbacks, const std::string& category, 
 }
 
 void writeErrorLine(std::string_view line) noexcept {
-    writeLine(std::cerr, line);
+    writeLine(stderr, line);
 }
 
 void writeOutputLine(std::string_view line) noexcept {
-    writeLine(std::cout, line);
+    writeLine(stdout, line);
 }
 
 } // namespace directsound

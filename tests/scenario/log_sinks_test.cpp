@@ -179,3 +179,22 @@ SCENARIO(LogSinks, EveryLine_IsFlushed, "Each line on a standard stream ends wit
     EXPECT_EQ(sim.streams().outFlushes, flushes + 1);
     client.finalize();
 }
+
+SCENARIO(LogSinks, NoMemoryAroundALine_ProcessGoesOn,
+         "Wherever memory runs out on the way to a line on standard error, also on a thread that has never written "
+         "one, open answers a code and the process goes on.") {
+    client.initialize();
+    const std::string tooLong(300, 'x');
+    unsigned failed = 0;
+    for (unsigned n = 1; n < 100; ++n) {
+        const Rule& rule = sim.on("malloc").onCall(n).fails();
+        EXPECT_LT(client.open(1, tooLong).result, 0) << "allocation " << n;
+        const bool hit = rule.hits() > 0;
+        sim.script().clear();
+        if (!hit)
+            break;
+        ++failed;
+    }
+    EXPECT_GT(failed, 2u);
+    client.finalize();
+}
