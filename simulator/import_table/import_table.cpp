@@ -1,7 +1,6 @@
 #include "import_table.h"
 
 #include <stdexcept>
-#include <tuple>
 
 namespace simulator {
 namespace {
@@ -12,13 +11,12 @@ T* at(HMODULE module, DWORD offset) {
     return static_cast<T*>(static_cast<void*>(reinterpret_cast<BYTE*>(module) + offset));
 }
 
-bool write(void** slot, void* value) noexcept {
+void write(void** slot, void* value) {
     DWORD protection = 0;
     if (!VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection))
-        return false;
+        throw std::runtime_error("import slot cannot be made writable");
     *slot = value;
     VirtualProtect(slot, sizeof(*slot), protection, &protection);
-    return true;
 }
 
 } // namespace
@@ -63,15 +61,14 @@ void ImportTable::replace(std::span<const Replacement> replacements) {
             if (slot.function != replacement.function)
                 continue;
             m_Originals.try_emplace(slot.address, *slot.address);
-            if (!write(slot.address, replacement.with))
-                throw std::runtime_error("import slot cannot be made writable");
+            write(slot.address, replacement.with);
         }
     }
 }
 
-void ImportTable::restore() noexcept {
+void ImportTable::restore() {
     for (const auto& [slot, original] : m_Originals)
-        std::ignore = write(slot, original); // was written before, so it can be written
+        write(slot, original);
     m_Originals.clear();
 }
 

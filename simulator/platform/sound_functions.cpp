@@ -50,8 +50,10 @@ HRESULT WINAPI enumeratePlayback(LPDSENUMCALLBACKW callback, LPVOID context) {
     World* w = scheduledWorld();
     if (!w || !w->sound)
         return DSERR_NODRIVER;
-    return w->call<HRESULT>("DirectSoundEnumerateW", "", DSERR_GENERIC,
-                            [&] { return w->sound->enumerate(Direction::playback, callback, context); });
+    return w->call<HRESULT>(
+        "DirectSoundEnumerateW", "", DSERR_GENERIC,
+        [&] { return w->sound->enumerate(Direction::playback, callback, context); },
+        context ? "" : "without context");
 }
 
 HRESULT WINAPI enumerateCapture(LPDSENUMCALLBACKW callback, LPVOID context) {

@@ -1,0 +1,30 @@
+// One run of a session, clean or with one fault.
+#pragma once
+
+#include "enumeration.h"
+#include "sessions.h"
+
+#include <string>
+#include <vector>
+
+namespace sweep {
+
+struct Outcome {
+    simulator::Report report;
+    bool complete = false;           // the session came to its end
+    unsigned hits = 0;               // calls that the fault made fail
+    std::vector<std::string> told;   // every line of level 1 and 2 and of the streams, see below
+    std::vector<std::string> broken; // what the session requires and did not get
+    Calls calls;                     // of a clean run
+};
+
+// How lines stand in `told`.
+inline constexpr const char* kErrorLog = "log 1: ";
+inline constexpr const char* kWarningLog = "log 2: ";
+inline constexpr const char* kErrorStream = "standard error: ";
+inline constexpr const char* kOutputStream = "standard output: ";
+
+// Null: the clean run.
+Outcome runSession(const Session& session, const Fault* fault);
+
+} // namespace sweep
