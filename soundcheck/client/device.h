@@ -41,6 +41,7 @@ public:
 
     const DeviceFormat& format() const { return m_format; }
     const std::string& id() const { return m_id; }
+    DeviceDirection direction() const { return m_direction; }
 
     /** Waits until the device runs; the first callbacks may come before it returns. */
     void start();

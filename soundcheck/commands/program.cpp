@@ -4,10 +4,12 @@
 #include "client/device_selection.h"
 #include "client/errors.h"
 #include "commands/command.h"
+#include "platform/text.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <sstream>
 
 namespace soundcheck {
@@ -20,8 +22,12 @@ ExitCode tell(const RunContext& context, ExitCode code, const std::string& sente
     return code;
 }
 
-ExitCode runCommand(Command& command, const RunContext& context) {
+ExitCode runCommand(Command& command, RunContext& context, std::optional<ReportFile>& report) {
     try {
+        if (const std::string& file = context.options.report; !file.empty()) {
+            context.report = &report.emplace(toPath(file)); // a wrong name is told before anything runs
+            context.document.traces().keep();
+        }
         return command.run(context);
     } catch (const InterruptedTooEarly& error) {
         return tell(context, error.code(), error.what(), "interrupted");
@@ -50,6 +56,8 @@ void addCommonOptions(CLI::App& app, CommonOptions& options) {
     app.add_option("--log", options.log, "Show the plug-in's log lines up to this level (default: warning)")
         ->transform(CLI::CheckedTransformer(levels, CLI::ignore_case))
         ->option_text("none|error|warning|information");
+    app.add_option("--report", options.report,
+                   "Write a page with the verdict, pictures and numbers to this HTML file");
     app.add_flag("--json", options.json, "Write one JSON document to standard output, and nothing else");
     app.fallthrough(); // the common options may stand behind the command, too
 }
@@ -105,12 +113,12 @@ ExitCode runProgram(std::vector<std::string> arguments, Console& console, const 
         return answerUsage(app, error, console, interrupt, options);
     }
     Document document(chosen->name());
-    const RunContext context{console, interrupt, options, document};
+    RunContext context{console, interrupt, options, document};
+    std::optional<ReportFile> report;
     if (options.json)
         console.keepForDocument();
-    const ExitCode code = runCommand(*chosen, context);
-    deliverDocument(context, code);
-    return code;
+    const ExitCode code = runCommand(*chosen, context, report);
+    return deliverDocument(context, code);
 }
 
 } // namespace soundcheck

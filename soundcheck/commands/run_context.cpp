@@ -1,5 +1,7 @@
 #include "commands/run_context.h"
 
+#include "report/document_page.h"
+
 #include <cstdlib>
 #include <utility>
 
@@ -10,9 +12,19 @@ void tellFinding(const RunContext& context, std::string_view sentence) {
     context.console.errorLine("soundcheck: " + std::string(sentence));
 }
 
-void deliverDocument(const RunContext& context, ExitCode code) {
+ExitCode deliverDocument(const RunContext& context, ExitCode code) {
+    try {
+        if (context.report != nullptr)
+            context.report->write(htmlPage(pageOf(context.document, code)));
+    } catch (const std::exception& error) { // the disk is full, or memory ran out
+        tellFinding(context, error.what());
+        context.document.setEnded("failed");
+        if (code == ExitCode::done || code == ExitCode::nothingChecked)
+            code = ExitCode::usage;
+    }
     if (context.options.json)
         context.console.document(context.document.text(code));
+    return code;
 }
 
 CallWatch watchCall(const RunContext& context, std::string what) {

@@ -10,6 +10,7 @@
 #include "console/log_printer.h"
 #include "exit_code.h"
 #include "report/document.h"
+#include "report/report_file.h"
 
 #include <string>
 #include <string_view>
@@ -20,7 +21,8 @@ namespace soundcheck {
 struct CommonOptions {
     std::string library; ///< empty: the plug-in beside the program
     LogThreshold log = LogThreshold::warnings;
-    bool json = false; ///< standard output carries the document and nothing else
+    std::string report; ///< file of the page; empty: none
+    bool json = false;  ///< standard output carries the document and nothing else
 };
 
 /** What a command runs with; outlives it. */
@@ -29,13 +31,18 @@ struct RunContext {
     const Interrupt& interrupt;
     const CommonOptions& options;
     Document& document;
+    ReportFile* report = nullptr; ///< null: none was asked for
 };
 
 /** Something is wrong: one sentence on standard error and in the document. Any thread. */
 void tellFinding(const RunContext& context, std::string_view sentence);
 
-/** Gives the document out where it was asked for: the last thing of a run, whatever its end. Any thread. */
-void deliverDocument(const RunContext& context, ExitCode code);
+/**
+ * Gives the document out where it was asked for, as a page and as text: the last thing of a run, whatever its end.
+ * Any thread.
+ * @return how the program ends: otherwise than `code` when the page could not be written
+ */
+ExitCode deliverDocument(const RunContext& context, ExitCode code);
 
 /**
  * Watches a call into the plug-in while the result lives; when the call hangs, the program ends with a finding and

@@ -6,9 +6,19 @@
 #include "platform/text.h"
 #include "report/environment.h"
 
+#include <algorithm>
+#include <bit>
 #include <utility>
 
 namespace soundcheck {
+
+namespace {
+
+std::span<const std::int16_t> samplesOf(const AudioBlock& block, std::int32_t frames, std::uint32_t channels) {
+    return {block.samples, static_cast<std::size_t>(std::max(frames, 0)) * channels};
+}
+
+} // namespace
 
 Library loadLibrary(const RunContext& context) {
     const std::string& file = context.options.library;
@@ -26,6 +36,14 @@ Session::Session(const RunContext& context)
 Session::~Session() {
     const CallWatch watch = watchCall(m_context, "Shutting the plug-in down");
     m_backend.reset();
+    // What an error has kept from an orderly shutdown ends with its last block.
+    const auto end = [](const auto& routes) {
+        for (const auto& [id, route] : routes)
+            if (route.trace != nullptr && !route.trace->hasEnded())
+                route.trace->end(TraceClock::time_point());
+    };
+    end(m_playback);
+    end(m_capture);
 }
 
 DeviceEntry Session::choose(DeviceDirection direction, const std::string& wanted) const {
@@ -37,7 +55,16 @@ DeviceEntry Session::choose(DeviceDirection direction, const std::string& wanted
 
 std::unique_ptr<Device> Session::open(DeviceDirection direction, const DeviceEntry& entry) {
     const CallWatch watch = watchCall(m_context, "Opening " + entry.name);
-    return std::make_unique<Device>(*m_backend, direction, entry.id);
+    auto device = std::make_unique<Device>(*m_backend, direction, entry.id);
+    beginTrace(*device, entry.name);
+    return device;
+}
+
+EchoFormat Session::associateEcho(Device& capture, const std::string& playbackId) {
+    const EchoFormat echo = capture.associateEcho(playbackId);
+    const DspLockGuard quiet(*m_backend);
+    m_capture[capture.id()].referenceChannels = static_cast<std::uint32_t>(std::popcount(echo.channelMask));
+    return echo;
 }
 
 void Session::start(Device& device) {
@@ -53,9 +80,11 @@ void Session::close(Device& device) {
 
 void Session::shutDown(Device& device) {
     const CallWatch watch = watchCall(m_context, "Closing the device");
+    const auto stopped = TraceClock::now();
     device.stop();
     device.close();
     m_backend->waitForClosedDevices();
+    endTrace(device, stopped);
 }
 
 std::vector<std::string> Session::shutDown(std::span<const std::unique_ptr<Device>> devices) {
@@ -68,6 +97,7 @@ std::vector<std::string> Session::shutDown(std::span<const std::unique_ptr<Devic
             failures.push_back(what + ": " + error.what());
         }
     };
+    const auto stopped = TraceClock::now();
     // All are given up before anybody waits: a device that hangs is waited for when the others are on their way.
     for (const auto& device : devices)
         if (device)
@@ -76,6 +106,9 @@ std::vector<std::string> Session::shutDown(std::span<const std::unique_ptr<Devic
         if (device)
             guarded("Closing " + device->id(), [&] { device->close(); });
     guarded("Waiting for the closed devices", [&] { m_backend->waitForClosedDevices(); });
+    for (const auto& device : devices)
+        if (device)
+            endTrace(*device, stopped);
     return failures;
 }
 
@@ -83,22 +116,63 @@ std::vector<std::string> Session::shutDown(std::span<const std::unique_ptr<Devic
 
 void Session::route(const Device& device, std::unique_ptr<BlockSource> source) {
     const DspLockGuard quiet(*m_backend);
-    m_playback[device.id()].swap(source);
+    m_playback[device.id()].stream.swap(source);
 }
 
 void Session::route(const Device& device, std::unique_ptr<BlockSink> sink) {
     const DspLockGuard quiet(*m_backend);
-    m_capture[device.id()].swap(sink);
+    m_capture[device.id()].stream.swap(sink);
+}
+
+void Session::beginTrace(const Device& device, const std::string& name) {
+    TraceBook& traces = m_context.document.traces();
+    const DspLockGuard quiet(*m_backend); // an earlier opening of the device may not have ended yet
+    const auto connect = [&](auto& route) {
+        route.trace = traces.begin(device.direction(), device.id(), name);
+        route.format = device.format();
+        route.referenceChannels = 0;
+    };
+    if (device.direction() == ORVO_PLAYBACK)
+        connect(m_playback[device.id()]);
+    else
+        connect(m_capture[device.id()]);
+}
+
+void Session::endTrace(const Device& device, TraceClock::time_point stopped) {
+    const DspLockGuard quiet(*m_backend);
+    DeviceTrace* const trace =
+        device.direction() == ORVO_PLAYBACK ? m_playback[device.id()].trace : m_capture[device.id()].trace;
+    if (trace != nullptr)
+        trace->end(stopped);
 }
 
 std::int32_t Session::fillPlayback(std::string_view deviceId, const AudioBlock& block) {
     const auto found = m_playback.find(deviceId);
-    return found != m_playback.end() ? found->second->fill(block) : 0;
+    if (found == m_playback.end())
+        return 0;
+    const Route<BlockSource>& route = found->second;
+    const std::int32_t frames = route.stream ? route.stream->fill(block) : 0;
+    if (route.trace != nullptr)
+        route.trace->addBlock(TraceClock::now(), rangeOf(samplesOf(block, frames, route.format.channels)));
+    return frames;
 }
 
 void Session::takeCapture(std::string_view deviceId, const AudioBlock& captured, const AudioBlock* reference) {
-    if (const auto found = m_capture.find(deviceId); found != m_capture.end())
-        found->second->take(captured, reference);
+    const auto found = m_capture.find(deviceId);
+    if (found == m_capture.end())
+        return;
+    const Route<BlockSink>& route = found->second;
+    if (route.stream)
+        route.stream->take(captured, reference);
+    if (route.trace == nullptr)
+        return;
+    const auto now = TraceClock::now();
+    const std::span samples = samplesOf(captured, captured.frameCount, route.format.channels);
+    const std::span bytes(reinterpret_cast<const std::uint8_t*>(captured.samples), samples.size());
+    route.trace->addBlock(now, route.format.bitsPerSample == 8 ? rangeOf(bytes) : rangeOf(samples));
+    if (reference != nullptr && route.referenceChannels != 0)
+        route.trace->addReference(now,
+                                  rangeOf(samplesOf(*reference, reference->frameCount, route.referenceChannels)));
 }
 
 void Session::deviceChanged(DeviceEventCode event, std::string_view deviceId, std::int32_t value) {

@@ -16,6 +16,7 @@
 #include "commands/device_events.h"
 #include "console/log_printer.h"
 #include "streams/block_streams.h"
+#include "streams/device_trace.h"
 
 #include <concepts>
 #include <functional>
@@ -47,6 +48,8 @@ public:
     DeviceEntry choose(DeviceDirection direction, const std::string& wanted) const;
 
     std::unique_ptr<Device> open(DeviceDirection direction, const DeviceEntry& entry);
+    /** Names the playback device whose output is the capture device's echo reference. */
+    EchoFormat associateEcho(Device& capture, const std::string& playbackId);
     void start(Device& device);
     /** Closes a device that was not started, and waits until it is gone. */
     void close(Device& device);
@@ -81,10 +84,19 @@ public:
     void logMessage(std::string_view deviceId, std::string_view message, std::int32_t level) override;
 
 private:
+    template <typename Port>
+    struct Route {
+        std::unique_ptr<Port> stream;
+        DeviceTrace* trace = nullptr;        ///< null: nobody wants pictures
+        DeviceFormat format;                 ///< of what is traced
+        std::uint32_t referenceChannels = 0; ///< 0: not associated
+    };
     /** By identifier; looked up without making a text. */
     template <typename Port>
-    using Routes = std::map<std::string, std::unique_ptr<Port>, std::less<>>;
+    using Routes = std::map<std::string, Route<Port>, std::less<>>;
 
+    void beginTrace(const Device& device, const std::string& name);
+    void endTrace(const Device& device, TraceClock::time_point stopped);
     void route(const Device& device, std::unique_ptr<BlockSource> source);
     void route(const Device& device, std::unique_ptr<BlockSink> sink);
 

@@ -81,7 +81,7 @@ ExitCode TalkCommand::run(const RunContext& context) {
     const DeviceFormat& out = playback->format();
     const DeviceFormat& in = capture->format();
     requirePlayable(out, speaker.name);
-    const EchoFormat echo = capture->associateEcho(speaker.id);
+    const EchoFormat echo = session.associateEcho(*capture, speaker.id);
     checkEchoFormat(checks, echo, out);
 
     WavWriter microphoneFile(toPath(m_microphoneFile), wavFormatOf(in));

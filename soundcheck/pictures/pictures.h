@@ -45,14 +45,15 @@ struct LagPoint {
 /** A lag that only differs by fractions of a block stays a flat line. */
 std::string lagPicture(std::span<const LagPoint> points);
 
-/** One device on the timeline: from when to when blocks came, one span per unbroken row of them. */
+/** One device on the timeline. */
 struct TimelineRow {
     struct Span {
-        double from = 0;
+        double from = 0; ///< seconds
         double to = 0;
     };
     std::string name;
-    std::vector<Span> spans;
+    std::vector<Span> runs; ///< from the first block to the last
+    std::vector<Span> gaps; ///< within the runs
 };
 
 /** A log line of the plug-in. */

@@ -34,8 +34,8 @@ TimeRange rangeOf(std::span<const TimelineRow> rows, std::span<const TimelineMar
         any = true;
     };
     for (const TimelineRow& row : rows)
-        for (const TimelineRow::Span& span : row.spans)
-            hold(span.from, span.to);
+        for (const TimelineRow::Span& run : row.runs)
+            hold(run.from, run.to);
     for (const TimelineMark& mark : marks)
         hold(mark.seconds, mark.seconds);
     return range;
@@ -52,28 +52,24 @@ void drawMarks(Drawing& drawing, const PlotArea& area, const Scale& time, std::s
 }
 
 void drawRow(Drawing& drawing, const PlotArea& area, const Scale& time, const TimelineRow& row) {
-    for (const TimelineRow::Span& span : row.spans) {
+    const auto drawSpan = [&](const TimelineRow::Span& span, double leastWidth, std::string_view spanClass,
+                              const std::string& hint) {
         const double left = position(time, span.from, area.left, area.right);
         const double right = position(time, span.to, area.left, area.right);
-        drawing.box(left, area.top, std::max(right - left, 1.0), kBarHeight, "blocks");
-    }
-    const TimelineRow::Span* before = nullptr;
-    for (const TimelineRow::Span& span : row.spans) { // over the blocks, so that none hides a gap
-        if (before != nullptr) {
-            const double left = position(time, before->to, area.left, area.right);
-            const double right = position(time, span.from, area.left, area.right);
-            drawing.box(left, area.top, std::max(right - left, kLeastGapWidth), kBarHeight, "gap",
-                        "gap of " + fixedDecimals((span.from - before->to) * 1000, 0) + " ms at " +
-                            fixedDecimals(before->to, 2) + " s");
-        }
-        before = &span;
-    }
+        drawing.box(left, area.top, std::max(right - left, leastWidth), kBarHeight, spanClass, hint);
+    };
+    for (const TimelineRow::Span& run : row.runs)
+        drawSpan(run, 1, "blocks", {});
+    for (const TimelineRow::Span& gap : row.gaps) // over the blocks, so that none hides a gap
+        drawSpan(gap, kLeastGapWidth, "gap",
+                 "gap of " + fixedDecimals((gap.to - gap.from) * 1000, 0) + " ms at " + fixedDecimals(gap.from, 2) +
+                     " s");
 }
 
 } // namespace
 
 std::string timelinePicture(std::span<const TimelineRow> rows, std::span<const TimelineMark> marks) {
-    const auto isEmpty = [](const TimelineRow& row) { return row.spans.empty(); };
+    const auto isEmpty = [](const TimelineRow& row) { return row.runs.empty(); };
     const auto used = std::count_if(rows.begin(), rows.end(), [&](const TimelineRow& row) { return !isEmpty(row); });
     if (used == 0)
         return {};

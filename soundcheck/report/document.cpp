@@ -44,6 +44,16 @@ void Document::addFinding(std::string_view sentence) {
     m_findings.push_back(sentence);
 }
 
+void Document::addPicture(std::string caption, std::string svg) {
+    const std::lock_guard lock(m_mutex);
+    m_pictures.push_back({std::move(caption), std::move(svg)});
+}
+
+std::vector<PagePicture> Document::pictures() const {
+    const std::lock_guard lock(m_mutex);
+    return m_pictures;
+}
+
 void Document::setEnded(std::string_view word) {
     const std::lock_guard lock(m_mutex);
     m_ended = word;

@@ -10,11 +10,14 @@
 
 #include "exit_code.h"
 #include "report/log_record.h"
+#include "report/page.h"
+#include "report/trace_book.h"
 
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace soundcheck {
 
@@ -37,7 +40,12 @@ public:
     /** `complete`, `interrupted`, `gave-up`, `failed`, `hung`. */
     void setEnded(std::string_view word);
 
+    /** A picture for the page, before those that are made of the traces. */
+    void addPicture(std::string caption, std::string svg);
+    std::vector<PagePicture> pictures() const;
+
     LogRecord& log() { return m_log; }
+    TraceBook& traces() { return m_traces; }
 
     /** The whole document as it stands. */
     Json json(ExitCode code) const;
@@ -46,11 +54,13 @@ public:
 
 private:
     LogRecord m_log;
+    TraceBook m_traces;
     mutable std::mutex m_mutex; ///< guards what follows
     Json m_command;
     Json m_environment;
     Json m_sections = Json::object();
     Json m_findings = Json::array();
+    std::vector<PagePicture> m_pictures;
     std::string m_ended = "complete";
 };
 

@@ -50,7 +50,7 @@ TEST(Pictures, NoData_GivesNoPicture) {
     EXPECT_TRUE(intervalPicture({1, {0, 0, 0}}).empty());
     EXPECT_TRUE(lagPicture({}).empty());
     EXPECT_TRUE(timelinePicture({}, std::vector<TimelineMark>{{1, 1, "a line alone is no timeline"}}).empty());
-    EXPECT_TRUE(timelinePicture(std::vector<TimelineRow>{{"opened only", {}}}, {}).empty());
+    EXPECT_TRUE(timelinePicture(std::vector<TimelineRow>{{"opened only", {}, {}}}, {}).empty());
 }
 
 TEST(Pictures, Texts_AreEscaped) {
@@ -58,7 +58,7 @@ TEST(Pictures, Texts_AreEscaped) {
     EXPECT_EQ(escaped("cut \xC3"), "cut \xEF\xBF\xBD");
     EXPECT_EQ(escaped(std::string_view("\x01\0", 2)), "\xEF\xBF\xBD\xEF\xBF\xBD");
     EXPECT_EQ(escaped("S\xC3\xBC\xC3\x9F"), "S\xC3\xBC\xC3\x9F");
-    const std::string svg = timelinePicture(std::vector<TimelineRow>{{"<script>", {{0, 1}}}},
+    const std::string svg = timelinePicture(std::vector<TimelineRow>{{"<script>", {{0, 1}}, {}}},
                                             std::vector<TimelineMark>{{0.5, 1, "</title><script>"}});
     EXPECT_FALSE(contains(svg, "<script>"));
     EXPECT_TRUE(contains(svg, "&lt;script&gt;"));
@@ -144,7 +144,7 @@ TEST(Lag, AJump_IsSeen) {
 }
 
 TEST(Timeline, AGap_IsSeenHoweverShort) {
-    const std::string svg = timelinePicture(std::vector<TimelineRow>{{"Speaker", {{0, 1800}, {1800.1, 3600}}}}, {});
+    const std::string svg = timelinePicture(std::vector<TimelineRow>{{"Speaker", {{0, 3600}}, {{1800, 1800.1}}}}, {});
     const auto widths = numbersOf(svg, "gap", "width");
     ASSERT_EQ(widths.size(), 1U);
     EXPECT_GE(widths[0], 2);
@@ -153,7 +153,7 @@ TEST(Timeline, AGap_IsSeenHoweverShort) {
 
 TEST(Timeline, LongTimes_AreCountedInMinutesAndHours) {
     const auto lasting = [](double seconds) {
-        return timelinePicture(std::vector<TimelineRow>{{"Speaker", {{0, seconds}}}}, {});
+        return timelinePicture(std::vector<TimelineRow>{{"Speaker", {{0, seconds}}, {}}}, {});
     };
     EXPECT_TRUE(contains(lasting(20), ">seconds<"));
     EXPECT_TRUE(contains(lasting(1800), ">minutes<"));
@@ -165,7 +165,7 @@ TEST(Timeline, LongTimes_AreCountedInMinutesAndHours) {
 TEST(Timeline, LogLines_AreMarkedByLevel_AndAThousandInOnePlaceOnce) {
     std::vector<TimelineMark> marks(1000, {2, 1, "an error"});
     marks.push_back({1, 2, "a warning"});
-    const std::string svg = timelinePicture(std::vector<TimelineRow>{{"Speaker", {{0, 4}}}}, marks);
+    const std::string svg = timelinePicture(std::vector<TimelineRow>{{"Speaker", {{0, 4}}, {}}}, marks);
     EXPECT_EQ(numbersOf(svg, "error", "x").size(), 1U);
     ASSERT_EQ(numbersOf(svg, "warning", "x").size(), 1U);
     EXPECT_LT(numbersOf(svg, "warning", "x")[0], numbersOf(svg, "error", "x")[0]);

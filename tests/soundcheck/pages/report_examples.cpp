@@ -39,7 +39,8 @@ std::vector<PagePicture> allPictures(const std::string& device) {
         lag.push_back({i * 0.5, 169.0 + std::sin(i) * 1e-6});
     const std::vector<WaveTrack> tracks = {speechLike("played", 0, 0.5), speechLike("captured", 0.17, 0.4),
                                            speechLike("echo reference", 0, 0.5)};
-    const std::vector<TimelineRow> rows = {{device, {{0, 7.5}, {7.8, 20}}}, {"Monitor of " + device, {{0.3, 20}}}};
+    const std::vector<TimelineRow> rows = {{device, {{0, 20}}, {{7.5, 7.8}}},
+                                           {"Monitor of " + device, {{0.3, 20}}, {}}};
     const std::vector<TimelineMark> marks = {
         {0.01, 3, "opened"}, {7.5, 2, "late"}, {7.7, 1, std::string("broke ") + kHostile}};
     return {{"Signals on one time axis.", waveformPicture(tracks)},
