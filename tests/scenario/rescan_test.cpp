@@ -74,6 +74,31 @@ SCENARIO(Rescan, TakesLong_ItsDurationDoesNotCount,
     client.finalize();
 }
 
+SCENARIO(Rescan, CounterFailsAfterARescan_ItsBeginCounts,
+         "When the counter cannot be read at the end of a rescan, the next second is counted from the begin.") {
+    sim.playback("Speaker");
+    sim.capture("Microphone");
+    client.initialize();
+    sim.on("GetDeviceID").of("capture").onCall(1).takes(600);
+    sim.on("QueryPerformanceCounter").onCall(4).failsWithError(31); // after the thread's first, and two wakes
+    sim.advance(5000);
+    // Over at 2600; the wake at 3600 comes 1600 ms after the begin.
+    EXPECT_EQ(rescans(sim), (std::vector<double>{0, 2000, 3600}));
+    expectErrorLines({});
+    client.finalize();
+}
+
+SCENARIO(Rescan, FirstDefaultsAreAllZero_AreListedAtTheBegin,
+         "The first listing takes place whatever the defaults are, even GUIDs of all zeros.") {
+    Device& speaker = sim.playback("Speaker").withGuid(GUID{});
+    Device& microphone = sim.capture("Microphone").withGuid(GUID{});
+    client.initialize();
+    EXPECT_EQ(ids(client.list(Direction::playback)), Texts{speaker.id()});
+    EXPECT_EQ(ids(client.list(Direction::capture)), Texts{microphone.id()});
+    EXPECT_EQ(client.defaultDevice(Direction::playback).result, 0);
+    client.finalize();
+}
+
 SCENARIO(Rescan, ClosingWakesTheMonitor_NoEarlierRescan,
          "A device that is closed wakes the monitor, but does not make it rescan before its time.") {
     Device& speaker = sim.playback("Speaker");
