@@ -1,0 +1,106 @@
+"""Tries mutations: builds each one and lets the tests look for it, those first that are most likely to see it."""
+
+import shutil
+import time
+from collections import Counter, defaultdict
+from dataclasses import dataclass
+from enum import StrEnum
+from pathlib import Path
+
+from mutation import Mutation
+from shadow_tree import PROJECT, PRESET, ShadowTree
+from test_program import TestPrograms
+
+SCENARIOS = 'scenario_tests.exe'
+UNITS = 'unit_tests.exe'
+_SLOW = 0.5       # seconds from which a test belongs to the slow ones, which are asked last
+_LIKELY = 15      # tests that noticed most in the same file before: they are asked first
+_PATIENCE = 6     # times the usual duration before a program counts as hanging
+_LONGEST = 3600   # seconds that all tests of the unchanged project may take
+_LEAST = 30       # seconds that any program gets
+
+
+class Outcome(StrEnum):
+    NOTICED = 'noticed'
+    SURVIVED = 'survived'
+    SAME = 'same'        # the compiler makes the same program of it
+    INVALID = 'invalid'  # does not compile
+
+
+@dataclass(frozen=True)
+class Verdict:
+    outcome: Outcome
+    by: str         # the test that noticed it
+    seconds: float  # what the trial has cost
+
+
+class Witnesses:
+    """Which scenario tests noticed how many mutations of a file."""
+
+    def __init__(self) -> None:
+        self._noticed: defaultdict[str, Counter[str]] = defaultdict(Counter)
+
+    def add(self, file: str, test: str) -> None:
+        self._noticed[file][test] += 1
+
+    def likely(self, file: str) -> list[str]:
+        return [test for test, _ in self._noticed[file].most_common(_LIKELY)]
+
+
+class Trials:
+    """What all workers share: the tests with their durations, and who noticed what. Used by several threads."""
+
+    def __init__(self, programs: TestPrograms, witnesses: Witnesses):
+        self._programs = programs
+        self._witnesses = witnesses
+        self._seconds: dict[str, dict[str, float]] = {}
+
+    def measure(self, tree: ShadowTree) -> str:
+        """Runs all tests on the unchanged project. Returns what failed; empty is well."""
+        for program in (UNITS, SCENARIOS):
+            run = self._programs.run(tree.programs / program, None, _LONGEST)
+            if not run.passed:
+                return f'{program}: {run.blamed}'
+            self._seconds[program] = run.seconds
+        return ''
+
+    def try_one(self, tree: ShadowTree, mutation: Mutation) -> Verdict:
+        begin = time.monotonic()
+        outcome, by = self._outcome(tree, mutation)
+        return Verdict(outcome, by, time.monotonic() - begin)
+
+    def _outcome(self, tree: ShadowTree, mutation: Mutation) -> tuple[Outcome, str]:
+        tree.apply(mutation)
+        if not tree.build('directsound_win64'):
+            return Outcome.INVALID, ''
+        same = tree.same_plugin()
+        scenarios = self._seconds[SCENARIOS]
+        likely = [] if same else [test for test in self._witnesses.likely(mutation.file) if test in scenarios]
+        if by := self._noticed(tree, SCENARIOS, likely):
+            self._witnesses.add(mutation.file, by)
+            return Outcome.NOTICED, by
+        if not tree.build('unit_tests'):
+            return Outcome.NOTICED, 'the build of unit_tests'
+        if by := self._noticed(tree, UNITS, list(self._seconds[UNITS])):
+            return Outcome.NOTICED, by
+        if same:
+            return Outcome.SAME, ''
+        others = [test for test in scenarios if test not in likely]
+        for tests in ([test for test in others if scenarios[test] < _SLOW],
+                      [test for test in others if scenarios[test] >= _SLOW]):
+            if by := self._noticed(tree, SCENARIOS, tests):
+                self._witnesses.add(mutation.file, by)
+                return Outcome.NOTICED, by
+        return Outcome.SURVIVED, ''
+
+    def _noticed(self, tree: ShadowTree, program: str, tests: list[str]) -> str:
+        """The test that noticed it; empty when all of them passed."""
+        if not tests:
+            return ''
+        usual = sum(self._seconds[program][test] for test in tests)
+        return self._programs.run(tree.programs / program, tests, _LEAST + _PATIENCE * usual).blamed
+
+
+def share_scenario_tests(tree: ShadowTree) -> None:
+    """The scenario tests know the DLL beside them, so every tree gets a copy of the program."""
+    shutil.copy2(PROJECT / 'build' / PRESET / 'bin' / SCENARIOS, tree.programs / SCENARIOS)
