@@ -11,7 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /** Ten seconds: a disk that wakes up, or a virus scanner, may take some. */
-constexpr std::size_t kQueuedBlocks = 10 * kBlocksPerSecond;
+constexpr std::size_t kQueuedBlocks = std::size_t{10} * kBlocksPerSecond;
 
 /** Between two looks at an empty queue. */
 constexpr auto kWriterPause = 10ms;
