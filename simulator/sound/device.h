@@ -94,7 +94,8 @@ public:
     }
 
     // --- what happens to it ---
-    Device& hotplug() { return m_Present = true, broken.reset(), *this; }
+    // There, or there again with all that unplug took.
+    Device& hotplug() { return m_Present = true, broken.reset(), thaws(); }
     // Gone from all lists; calls on its open buffers answer that there is no driver, and its clock stands.
     Device& unplug();
     // Gone from all lists, but what is open goes on.

@@ -3,7 +3,6 @@
 #include "commands/list.h"
 #include "commands/play.h"
 #include "commands/record.h"
-#include "commands/soak.h"
 #include "commands/talk.h"
 #include "commands/watch.h"
 
@@ -17,7 +16,6 @@ CommandList makeCommands() {
     commands.push_back(std::make_unique<PlayCommand>());
     commands.push_back(std::make_unique<RecordCommand>());
     commands.push_back(std::make_unique<TalkCommand>());
-    commands.push_back(std::make_unique<SoakCommand>());
     return commands;
 }
 

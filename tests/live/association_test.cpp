@@ -1,5 +1,5 @@
 #include "client.h"
-#include "known_signal.h"
+#include "signal.h"
 
 #include <optional>
 

@@ -76,9 +76,6 @@ private:
 
 class Client {
 public:
-    Client() = default;
-    Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
     ~Client();
 
     BackendResult initialize();

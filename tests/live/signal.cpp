@@ -1,4 +1,4 @@
-#include "known_signal.h"
+#include "signal.h"
 
 #include <algorithm>
 #include <array>
