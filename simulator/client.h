@@ -84,6 +84,7 @@ public:
     explicit Client(Simulation& simulation);
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
+    ~Client() = default;
 
     // --- before initialize ---
     BackendCallbacks callbacks; // change slots here, e.g. a null logMessage

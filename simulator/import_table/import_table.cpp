@@ -1,6 +1,7 @@
 #include "import_table.h"
 
 #include <stdexcept>
+#include <tuple>
 
 namespace simulator {
 namespace {
@@ -11,12 +12,13 @@ T* at(HMODULE module, DWORD offset) {
     return static_cast<T*>(static_cast<void*>(reinterpret_cast<BYTE*>(module) + offset));
 }
 
-void write(void** slot, void* value) {
+bool write(void** slot, void* value) noexcept {
     DWORD protection = 0;
     if (!VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection))
-        throw std::runtime_error("import slot cannot be made writable");
+        return false;
     *slot = value;
     VirtualProtect(slot, sizeof(*slot), protection, &protection);
+    return true;
 }
 
 } // namespace
@@ -61,14 +63,15 @@ void ImportTable::replace(std::span<const Replacement> replacements) {
             if (slot.function != replacement.function)
                 continue;
             m_Originals.try_emplace(slot.address, *slot.address);
-            write(slot.address, replacement.with);
+            if (!write(slot.address, replacement.with))
+                throw std::runtime_error("import slot cannot be made writable");
         }
     }
 }
 
-void ImportTable::restore() {
+void ImportTable::restore() noexcept {
     for (const auto& [slot, original] : m_Originals)
-        write(slot, original);
+        std::ignore = write(slot, original); // was written before, so it can be written
     m_Originals.clear();
 }
 

@@ -30,7 +30,6 @@ public:
     ImportTable& operator=(const ImportTable&) = delete;
 
     void replace(std::span<const Replacement> replacements);
-    void restore();
 
     // Null when the DLL has no such export.
     [[nodiscard]] void* exported(const char* name) const;
@@ -38,6 +37,8 @@ public:
     [[nodiscard]] std::vector<std::string> imports() const;
 
 private:
+    void restore() noexcept;
+
     struct Slot {
         std::string module;
         std::string function;

@@ -115,7 +115,7 @@ std::uintptr_t __cdecl beginThread(void* security, unsigned stack, unsigned(__st
         return _beginthreadex(security, stack, start, argument, flags, id);
     if (flags)
         w->findings.add("_beginthreadex with flags is not simulated");
-    const HANDLE thread = w->call<HANDLE>("_beginthreadex", "", nullptr, [&] {
+    auto* const thread = w->call<HANDLE>("_beginthreadex", "", nullptr, [&] {
         return w->kernel.createThread("thread" + std::to_string(++w->pluginThreads), [=] { start(argument); });
     });
     if (thread && id)

@@ -236,6 +236,7 @@ std::vector<std::string> Kernel::ownedBy(const ThreadState& thread) const {
     }
     std::ranges::sort(owned, {}, [](const Section* section) { return section->takenAs; });
     std::vector<std::string> names;
+    names.reserve(owned.size());
     for (const Section* section : owned)
         names.push_back("S" + std::to_string(section->number));
     return names;

@@ -174,7 +174,7 @@ TEST(Sound, WhatThePlayCursorPasses_IsHeard) {
     EXPECT_EQ(heard.frames(), 960u);
     EXPECT_EQ(heard.breaks(), 0u);
     EXPECT_EQ(heard.leadIn(), 0u) << "a new buffer is not silent";
-    constexpr std::size_t kBegin = (48000 - 100) * 4;
+    constexpr std::size_t kBegin = std::size_t{48000 - 100} * 4;
     EXPECT_EQ(b.speaker.heard.audio.at(kBegin - 1), std::byte{0x55});
     EXPECT_EQ(b.speaker.heard.audio.at(kBegin), std::byte{0x00});
 }
@@ -197,7 +197,7 @@ TEST(Sound, WhatIsCaptured_IsNumbered) {
 }
 
 TEST(Sound, NumberedChecker_SeesLossRepetitionAndSilence) {
-    std::vector<std::byte> block(960 * 4);
+    std::vector<std::byte> block(std::size_t{960} * 4);
     NumberedChecker checker(2, 16);
     fillNumbered(block, 0, 2, 16);
     checker.feed(block);

@@ -131,6 +131,8 @@ public:
             [&]() -> HRESULT {
                 if (!isPrimary())
                     return DSERR_INVALIDCALL;
+                if (wave == nullptr)
+                    return DSERR_INVALIDPARAM;
                 const Format wanted = formatOf(*wave);
                 HRESULT answer = wanted.channels == 0 ? DSERR_BADFORMAT : DS_OK;
                 if (m_Device.primaryAnswer)

@@ -79,7 +79,7 @@ private:
             text += " " + describe(*description.lpwfxFormat);
         if (description.dwReserved != 0)
             text += " reserved " + std::to_string(description.dwReserved);
-        if (constexpr GUID none{}; std::memcmp(&description.guid3DAlgorithm, &none, sizeof(GUID)) != 0)
+        if (constexpr GUID kNone{}; std::memcmp(&description.guid3DAlgorithm, &kNone, sizeof(GUID)) != 0)
             text += " 3D";
         return text;
     }

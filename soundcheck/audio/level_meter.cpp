@@ -38,6 +38,13 @@ void LevelMeter::add(std::span<const std::uint8_t> samples) {
     raise(peak == 127 ? kClippedFrom : peak * (kFullScale / 128));
 }
 
+void LevelMeter::add(std::span<const std::byte> bytes, std::uint32_t bitsPerSample) {
+    if (bitsPerSample == 8)
+        add(std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
+    else
+        add(std::span(reinterpret_cast<const std::int16_t*>(bytes.data()), bytes.size() / 2));
+}
+
 void LevelMeter::raise(int peak) {
     int known = m_peak.load(std::memory_order_relaxed);
     while (peak > known && !m_peak.compare_exchange_weak(known, peak, std::memory_order_relaxed)) {

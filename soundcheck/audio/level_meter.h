@@ -21,6 +21,8 @@ class LevelMeter {
 public:
     void add(std::span<const std::int16_t> samples);
     void add(std::span<const std::uint8_t> samples);
+    /** Samples of 8 or 16 bits as a device delivers them. */
+    void add(std::span<const std::byte> bytes, std::uint32_t bitsPerSample);
     /** @return 0 ... kFullScale */
     int takePeak() { return m_peak.exchange(0, std::memory_order_relaxed); }
 

@@ -16,6 +16,7 @@ class Checks {
 public:
     explicit Checks(const RunContext& context) : m_context(context) {}
     void expect(bool condition, std::string_view sentence);
+    void fail(std::string_view sentence);
     bool failed() const { return m_failed; }
     ExitCode exitCode() const { return m_failed ? ExitCode::checkFailed : ExitCode::done; }
 

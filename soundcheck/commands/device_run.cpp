@@ -59,6 +59,11 @@ void tellSummary(const RunContext& context, std::string_view command, const Summ
     Json section = summary.values();
     section.update(details);
     context.document.set(command, std::move(section));
+    tellSummaryLine(context, command, summary, ended);
+}
+
+void tellSummaryLine(const RunContext& context, std::string_view command, const Summary& summary,
+                     std::string_view ended) {
     context.document.setEnded(ended);
     const LogRecord& log = context.document.log();
     const std::string counts = Summary()

@@ -56,6 +56,10 @@ void tellSummary(const RunContext& context, std::string_view command, const Summ
 /** The plug-in told no error. */
 void checkLog(Checks& checks, const LogRecord& log);
 
+/** The line alone, for a command that writes one per device. */
+void tellSummaryLine(const RunContext& context, std::string_view command, const Summary& summary,
+                     std::string_view ended);
+
 /**
  * What every run must keep: no error told by the plug-in, no device that stood still. Throws InterruptedTooEarly
  * when Ctrl-C came before every device had begun, and nothing else is wrong.

@@ -3,6 +3,7 @@
 #include "commands/list.h"
 #include "commands/play.h"
 #include "commands/record.h"
+#include "commands/soak.h"
 #include "commands/talk.h"
 #include "commands/watch.h"
 
@@ -16,6 +17,7 @@ CommandList makeCommands() {
     commands.push_back(std::make_unique<PlayCommand>());
     commands.push_back(std::make_unique<RecordCommand>());
     commands.push_back(std::make_unique<TalkCommand>());
+    commands.push_back(std::make_unique<SoakCommand>());
     return commands;
 }
 

@@ -94,7 +94,7 @@ std::vector<std::string> Session::shutDown(std::span<const std::unique_ptr<Devic
         try {
             call();
         } catch (const BackendError& error) {
-            failures.push_back(what + ": " + error.what());
+            failures.push_back(what + " went wrong. " + error.what());
         }
     };
     const auto stopped = TraceClock::now();

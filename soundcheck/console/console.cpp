@@ -1,5 +1,7 @@
 #include "console/console.h"
 
+#include "platform/text.h"
+
 #include <fcntl.h>
 #include <io.h>
 
@@ -84,6 +86,28 @@ void Console::progress(std::string_view text) {
     write(m_output, "\r" + shown);
 }
 
+void Console::table(std::span<const std::string> lines) {
+    const std::lock_guard lock(m_mutex);
+    if (!isTerminal())
+        return;
+    moveUp(m_tableLines);
+    for (const std::string& text : lines) {
+        std::wstring shown = toWide(text);
+        shown.resize(width() - 1, L' '); // wipes what was there
+        write(m_output, toUtf8(shown) + "\n");
+    }
+    m_tableLines = lines.size();
+}
+
+void Console::moveUp(std::size_t lines) {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (lines == 0 || !GetConsoleScreenBufferInfo(m_terminalHandle, &info))
+        return;
+    const auto up =
+        static_cast<SHORT>(std::min<std::size_t>(lines, static_cast<std::size_t>(info.dwCursorPosition.Y)));
+    SetConsoleCursorPosition(m_terminalHandle, {0, static_cast<SHORT>(info.dwCursorPosition.Y - up)});
+}
+
 std::size_t Console::width() const {
     CONSOLE_SCREEN_BUFFER_INFO info{};
     if (!GetConsoleScreenBufferInfo(m_terminalHandle, &info))
@@ -95,6 +119,7 @@ void Console::leaveProgress() {
     if (m_progressLength != 0)
         write(m_output, "\n");
     m_progressLength = 0;
+    m_tableLines = 0;
 }
 
 } // namespace soundcheck

@@ -13,6 +13,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <mutex>
+#include <span>
+#include <string>
 #include <string_view>
 
 namespace soundcheck {
@@ -31,6 +33,9 @@ public:
     /** Shows `text` in the line that is rewritten in place; nothing when the output is no terminal. */
     void progress(std::string_view text);
 
+    /** Shows lines that are rewritten in place, until another line comes; nothing when the output is no terminal. */
+    void table(std::span<const std::string> lines);
+
     /** From now on standard output carries the document only; lines and progress are left out. */
     void keepForDocument();
     /** Writes the document, ending with a line end; also after keepForDocument. */
@@ -43,6 +48,7 @@ public:
 
 private:
     void leaveProgress();
+    void moveUp(std::size_t lines);
 
     std::FILE* m_output;
     std::FILE* m_errors;
@@ -54,6 +60,7 @@ private:
     UINT m_codePage = 0;    ///< to be restored; 0: there is no console
     DWORD m_outputMode = 0; ///< to be restored
     std::size_t m_progressLength = 0;
+    std::size_t m_tableLines = 0; ///< above the cursor, to be rewritten
 };
 
 } // namespace soundcheck

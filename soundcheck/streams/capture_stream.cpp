@@ -11,7 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /** Ten seconds: a disk that wakes up, or a virus scanner, may take some. */
-constexpr std::size_t kQueuedBlocks = 10 * kBlocksPerSecond;
+constexpr std::size_t kQueuedBlocks = std::size_t{10} * kBlocksPerSecond;
 
 /** Between two looks at an empty queue. */
 constexpr auto kWriterPause = 10ms;
@@ -39,7 +39,7 @@ void CaptureStream::take(const AudioBlock& captured, const AudioBlock* reference
 
     const std::size_t bytes = static_cast<std::size_t>(captured.frameCount) * m_format.bytesPerFrame();
     const std::span source(reinterpret_cast<const std::byte*>(captured.samples), bytes);
-    measure(source);
+    m_meter.add(source, m_format.bitsPerSample);
     const std::span<std::byte> slot = m_queue.back();
     if (slot.empty() || bytes != m_format.bytesPerBlock()) {
         m_dropped.fetch_add(1, std::memory_order_relaxed);
@@ -49,13 +49,6 @@ void CaptureStream::take(const AudioBlock& captured, const AudioBlock* reference
     if (m_echo)
         putReference(slot.subspan(bytes), reference);
     m_queue.push(slot.size());
-}
-
-void CaptureStream::measure(std::span<const std::byte> bytes) {
-    if (m_format.bitsPerSample == 8)
-        m_meter.add(std::span(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()));
-    else
-        m_meter.add(std::span(reinterpret_cast<const std::int16_t*>(bytes.data()), bytes.size() / 2));
 }
 
 void CaptureStream::putReference(std::span<std::byte> room, const AudioBlock* reference) {

@@ -61,7 +61,6 @@ public:
     std::uint64_t oddReferences() const { return m_oddReferences.load(std::memory_order_relaxed); }
 
 private:
-    void measure(std::span<const std::byte> bytes);
     void putReference(std::span<std::byte> room, const AudioBlock* reference);
     void writeQueued(const std::stop_token& stop);
     void writeBlock(std::span<const std::byte> block);

@@ -11,7 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /** Two seconds: more than any disk keeps a reader waiting. */
-constexpr std::size_t kQueuedBlocks = 2 * kBlocksPerSecond;
+constexpr std::size_t kQueuedBlocks = std::size_t{2} * kBlocksPerSecond;
 
 /** Between two looks at a full queue; short against what the queue holds. */
 constexpr auto kFeederPause = 10ms;

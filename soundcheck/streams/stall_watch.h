@@ -38,6 +38,8 @@ public:
     /** Nothing has come for so long that waiting is of no use. */
     bool givenUp(Clock::time_point now) const { return now - m_lastProgress > kGivenUpAfter; }
 
+    /** It stands still now. */
+    bool stalled() const { return m_stalled; }
     int stalls() const { return m_stalls; }
 
 private:

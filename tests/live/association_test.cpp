@@ -1,5 +1,5 @@
 #include "client.h"
-#include "signal.h"
+#include "known_signal.h"
 
 #include <optional>
 

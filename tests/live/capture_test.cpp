@@ -1,8 +1,8 @@
 // The full loop: a known signal is played through the plug-in, comes back through the sink's monitor, and is captured
 // through the plug-in. At 48 kHz nothing on this road resamples, so every frame can be told from every other.
 #include "client.h"
+#include "known_signal.h"
 #include "machine_watch.h"
-#include "signal.h"
 
 #include <thread>
 

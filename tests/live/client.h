@@ -76,6 +76,9 @@ private:
 
 class Client {
 public:
+    Client() = default;
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
     ~Client();
 
     BackendResult initialize();

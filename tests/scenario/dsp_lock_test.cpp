@@ -136,7 +136,7 @@ SCENARIO(DspLock, LockDuringCallback_WaitsForItsEnd,
 
 SCENARIO(DspLock, StopWhileHeld_StopsTheDeviceWithoutTheLock,
          "A stop reaches a device whose loop waits for the lock, while the client still holds it, in both "
-         "directions.") {
+         "directions; the loop does not look at its device again.") {
     const Device& speaker = sim.playback("Speaker");
     const Device& microphone = sim.capture("Microphone");
     client.initialize();
@@ -148,9 +148,14 @@ SCENARIO(DspLock, StopWhileHeld_StopsTheDeviceWithoutTheLock,
     client.lockDsp();
     sim.advance(100);
     const std::uint64_t callbacks = client.requestCount + client.capturedCount;
+    const auto looks = [this] {
+        return sim.count("Secondary.GetCurrentPosition") + sim.count("CaptureBuffer.GetCurrentPosition");
+    };
+    const unsigned looksBefore = looks();
     EXPECT_EQ(client.stop(speaker), 0);
     EXPECT_EQ(client.stop(microphone), 0);
     sim.advance(1);
+    EXPECT_EQ(looks(), looksBefore);
     EXPECT_EQ(sim.count("Secondary.Stop"), 1u);
     EXPECT_EQ(sim.count("CaptureBuffer.Stop"), 1u);
     EXPECT_EQ(client.requestCount + client.capturedCount, callbacks);

@@ -25,6 +25,7 @@ constexpr std::uint32_t kChannels = 2;
 constexpr std::uint32_t kRate = 48000;
 constexpr std::int32_t kFrames = kRate / 50;
 constexpr auto kBlockTime = std::chrono::milliseconds(2);
+constexpr auto kSlowBlockTime = std::chrono::milliseconds(50);
 constexpr int kBlocksBeforeFreeze = 10;
 
 std::mutex journalMutex;
@@ -129,7 +130,7 @@ void captureBlock(DirectSoundBackend& backend, const FakeDevice& device, std::in
 
 void work(DirectSoundBackend& backend, FakeDevice& device) {
     for (int number = 1; !device.stopping; ++number) {
-        std::this_thread::sleep_for(kBlockTime);
+        std::this_thread::sleep_for(asked("slow") ? kSlowBlockTime : kBlockTime);
         if (asked("silent") || (asked("freeze") && number > kBlocksBeforeFreeze))
             continue;
         if (device.direction == ORVO_PLAYBACK)

@@ -4,9 +4,10 @@
  * than time. What the words in the environment variable FAKE_BACKEND say goes wrong. It notes every call, so that
  * a test sees the order and what broke the contract; FAKE_BACKEND_JOURNAL names a file for the notes, too.
  *
- * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, capture-open-fails, stop-fails, close-hangs,
- * silent (no block at all), freeze (no block after the tenth), eight-bits (capture), alternating-reference,
- * no-reference, odd-echo (another rate is announced), log-error, latecomer (a device comes and goes).
+ * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, capture-open-fails, stop-fails,
+ * close-hangs, silent (no block at all), freeze (no block after the tenth), slow (50 ms per block), eight-bits (capture),
+ * alternating-reference, no-reference, odd-echo (another rate is announced), log-error, latecomer (a device comes and
+ * goes).
  */
 #pragma once
 

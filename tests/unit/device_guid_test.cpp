@@ -1,4 +1,4 @@
-#include "captured_streams.h"
+#include "captured_error.h"
 #include "devices/device_guid.h"
 
 #include <gtest/gtest.h>
@@ -22,9 +22,8 @@ TEST(DeviceGuidTest, OtherText_NoGuidWithReason) {
 }
 
 TEST(DeviceGuidTest, TooLongText_TheConversionsCode) {
-    const CapturedStream error(std::cerr);
-    EXPECT_EQ(parseDeviceGuid(std::string(255, 'x')).result, -6);
-    EXPECT_EQ(error.text(), "buffer too small\n");
+    const std::string line = errorOf([] { EXPECT_EQ(parseDeviceGuid(std::string(255, 'x')).result, -6); });
+    EXPECT_EQ(line, "buffer too small\n");
     EXPECT_EQ(parseDeviceGuid(std::string(254, 'x')).result, -202);
 }
 

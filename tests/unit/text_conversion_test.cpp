@@ -1,4 +1,4 @@
-#include "captured_streams.h"
+#include "captured_error.h"
 #include "diagnostics/text_conversion.h"
 
 #include <windows.h>
@@ -36,21 +36,17 @@ TEST(TextConversion, EmptySource_TheTerminatorAlone) {
 }
 
 TEST(TextConversion, BufferTooSmall_MinusSixAndALine) {
-    const CapturedStream error(std::cerr);
     wchar_t wide[2];
-    EXPECT_EQ(utf8ToUtf16("abc", -1, wide, 2), -6);
-    EXPECT_EQ(error.text(), "buffer too small\n");
+    EXPECT_EQ(errorOf([&] { EXPECT_EQ(utf8ToUtf16("abc", -1, wide, 2), -6); }), "buffer too small\n");
     char narrow[2];
-    EXPECT_EQ(utf16ToUtf8(L"abc", -1, narrow, 2), -6);
-    EXPECT_EQ(error.text(), "buffer too small\nbuffer too small\n");
+    EXPECT_EQ(errorOf([&] { EXPECT_EQ(utf16ToUtf8(L"abc", -1, narrow, 2), -6); }), "buffer too small\n");
 }
 
 TEST(TextConversion, OtherFailure_MinusOneAndTheSystemsText) {
-    const CapturedStream error(std::cerr);
     wchar_t wide[2];
-    EXPECT_EQ(utf8ToUtf16(nullptr, -1, wide, 2), -1);
-    EXPECT_EQ(error.text().substr(0, 10), "error 87: ");
-    EXPECT_EQ(error.text().back(), '\n');
+    const std::string line = errorOf([&] { EXPECT_EQ(utf8ToUtf16(nullptr, -1, wide, 2), -1); });
+    EXPECT_EQ(line.substr(0, 10), "error 87: ");
+    EXPECT_EQ(line.back(), '\n');
 }
 
 } // namespace

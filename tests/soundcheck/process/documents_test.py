@@ -36,6 +36,9 @@ RUNS = [
     (0, "", "complete", ["talk", "{}speech.wav", "--echo-to", "{}e.wav", "--record-to", "{}m.wav"]),
     (1, "no-reference", "complete", ["talk", "{}speech.wav", "--echo-to", "{}e.wav", "--record-to", "{}m.wav"]),
     (2, "", "failed", ["talk", "{}speech.wav"]),
+    (0, "", "complete", ["soak", "--seconds", "1.2"]),
+    (1, "capture-open-fails slow", "complete", ["soak", "--seconds", "1.3"]),
+    (77, "no-devices", "failed", ["soak"]),
     (2, "", "failed", ["sing"]),
     (2, "", "failed", ["list", "--volume", "11"]),
 ]

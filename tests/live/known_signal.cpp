@@ -1,4 +1,4 @@
-#include "signal.h"
+#include "known_signal.h"
 
 #include <algorithm>
 #include <array>
