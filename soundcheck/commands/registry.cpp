@@ -1,6 +1,7 @@
 #include "commands/command.h"
 #include "commands/info.h"
 #include "commands/list.h"
+#include "commands/loop.h"
 #include "commands/play.h"
 #include "commands/record.h"
 #include "commands/soak.h"
@@ -17,6 +18,7 @@ CommandList makeCommands() {
     commands.push_back(std::make_unique<PlayCommand>());
     commands.push_back(std::make_unique<RecordCommand>());
     commands.push_back(std::make_unique<TalkCommand>());
+    commands.push_back(std::make_unique<LoopCommand>());
     commands.push_back(std::make_unique<SoakCommand>());
     return commands;
 }

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -44,14 +45,15 @@ struct Disturbance {
 
 /** One channel of the recording. */
 struct LoopChannel {
-    int source = -1;          ///< the played channel that is heard; -1: none
-    bool mixed = false;       ///< others are heard as loud
-    double gainDecibels = 0;  ///< of `source`
-    double noiseDecibels = 0; ///< effective value in silence, against full scale; see kSilenceDecibels
+    int source = -1;         ///< the played channel that is heard; -1: none
+    bool mixed = false;      ///< others are heard as loud
+    double gainDecibels = 0; ///< of `source`
+    std::optional<double>
+        noiseDecibels; ///< effective value in silence, against full scale, if there was any; see kDigitalSilenceDecibels
 };
 
 /** What digital silence is called. */
-inline constexpr double kSilenceDecibels = -120;
+inline constexpr double kDigitalSilenceDecibels = -120;
 
 struct LatencyPoint {
     double seconds = 0; ///< since the recording began

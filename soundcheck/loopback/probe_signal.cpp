@@ -34,7 +34,9 @@ ProbeSignal::ProbeSignal(std::uint32_t channels, std::uint32_t sampleRate, doubl
 
 double ProbeSignal::sample(std::uint64_t frame, std::uint32_t channel) const {
     const double seconds = static_cast<double>(frame) / m_sampleRate;
-    double value = toneSample(seconds, channel);
+    if (const double since = seconds - kToneBeginSeconds; since > 0 && since < m_toneSeconds)
+        return toneSample(since, channel);
+    double value = 0;
     for (std::size_t mark = 0; mark < kMarks; ++mark) {
         const double since = seconds - markSeconds(mark);
         value += kMarkAmplitude * (impulse(since) + impulse(since - markSpacingSeconds(mark)));
@@ -42,11 +44,8 @@ double ProbeSignal::sample(std::uint64_t frame, std::uint32_t channel) const {
     return value;
 }
 
-double ProbeSignal::toneSample(double seconds, std::uint32_t channel) const {
-    const double since = seconds - kToneBeginSeconds;
+double ProbeSignal::toneSample(double since, std::uint32_t channel) const {
     const double edge = std::min(since, m_toneSeconds - since);
-    if (edge <= 0)
-        return 0;
     double value = 0;
     for (std::size_t tone = channel; tone < toneCount(); tone += m_channels)
         value += amplitudeOf(tone) * std::sin(2 * std::numbers::pi * std::fmod(frequencyOf(tone) * since, 1.0));

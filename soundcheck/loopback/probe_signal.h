@@ -58,7 +58,7 @@ public:
 
 private:
     double markSeconds(std::size_t mark) const;
-    double toneSample(double seconds, std::uint32_t channel) const;
+    double toneSample(double since, std::uint32_t channel) const;
 
     std::uint32_t m_channels;
     std::uint32_t m_sampleRate;

@@ -109,7 +109,7 @@ void judgeQuietParts(LoopResult& result, const LoopRecording& recording, const P
             return;
         levels.push_back(*level);
         result.channels[channel].noiseDecibels =
-            std::max(kSilenceDecibels, 20 * std::log10(std::max(1e-12, level->noise)));
+            std::max(kDigitalSilenceDecibels, 20 * std::log10(std::max(1e-12, level->noise)));
     }
     for (const Part& part : parts)
         addPops(result, recording, levels, part);

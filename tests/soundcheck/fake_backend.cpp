@@ -1,5 +1,6 @@
 #include "fake_backend.h"
 
+#include "fake_cable.h"
 #include "orvosoundbackend.h"
 
 #include <windows.h>
@@ -89,6 +90,8 @@ struct DirectSoundBackend {
     std::vector<std::unique_ptr<FakeDevice>> closed;
     std::mutex dsp;
     std::uint32_t associations = 0;
+    FakeCable cable{asked};
+    std::atomic<int> playing = 0; ///< playback devices that run
     std::atomic<bool> latecomerIsThere = false;
     std::thread monitor;
 };
@@ -113,22 +116,28 @@ void playBlock(DirectSoundBackend& backend, const FakeDevice& device) {
     samples.resize(static_cast<std::size_t>(frames) * kChannels);
     const std::lock_guard journalLock(journalMutex);
     played.insert(played.end(), samples.begin(), samples.end());
+    samples.resize(static_cast<std::size_t>(kFrames) * kChannels);
+    backend.cable.put(samples);
 }
 
 /** Every sample of the nth block is n, every sample of its reference is -n. */
 void captureBlock(DirectSoundBackend& backend, const FakeDevice& device, std::int16_t number) {
     std::vector<std::int16_t> samples(kFrames * kChannels, number);
+    const std::lock_guard lock(backend.dsp);
+    if (asked("loopback") && !backend.cable.take(samples, backend.playing != 0))
+        return;
     std::vector<std::int16_t> echo(kFrames * kChannels, static_cast<std::int16_t>(-number));
     AudioBlock block{device.contextId, 0, samples.data(), kFrames};
     AudioBlock reference{1, 0, echo.data(), kFrames};
     const bool silent =
         backend.associations == 0 || asked("no-reference") || (asked("alternating-reference") && number % 2 == 0);
-    const std::lock_guard lock(backend.dsp);
     backend.callbacks.deliverCaptureData(backend.callbacks.clientContext, device.id.c_str(), &block,
                                          silent ? nullptr : &reference);
 }
 
 void work(DirectSoundBackend& backend, FakeDevice& device) {
+    const int playing = device.direction == ORVO_PLAYBACK ? 1 : 0;
+    backend.playing += playing;
     for (int number = 1; !device.stopping; ++number) {
         std::this_thread::sleep_for(asked("slow") ? kSlowBlockTime : kBlockTime);
         if (asked("silent") || (asked("freeze") && number > kBlocksBeforeFreeze))
@@ -138,6 +147,7 @@ void work(DirectSoundBackend& backend, FakeDevice& device) {
         else
             captureBlock(backend, device, static_cast<std::int16_t>(number));
     }
+    backend.playing -= playing;
 }
 
 /** A device comes, becomes the default, and goes again. */
@@ -162,6 +172,7 @@ FAKE_EXPORT const char* fake_journal() {
 }
 
 FAKE_EXPORT std::size_t fake_played(std::int16_t* samples, std::size_t capacity) {
+    const std::lock_guard lock(journalMutex);
     const std::size_t count = std::min(capacity, played.size());
     std::copy_n(played.begin(), count, samples);
     return count;

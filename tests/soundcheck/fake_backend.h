@@ -7,7 +7,7 @@
  * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, capture-open-fails, stop-fails,
  * close-hangs, silent (no block at all), freeze (no block after the tenth), slow (50 ms per block), eight-bits (capture),
  * alternating-reference, no-reference, odd-echo (another rate is announced), log-error, latecomer (a device comes and
- * goes).
+ * goes), loopback (what is played is captured again, see fake_cable.h).
  */
 #pragma once
 

@@ -46,7 +46,7 @@ TEST_P(LoopAnalysis, Clean_NothingIsFound) {
     for (std::size_t channel = 0; channel < loop.channels; ++channel) {
         EXPECT_EQ(result.channels[channel].mixed, mixed);
         EXPECT_NEAR(result.channels[channel].gainDecibels, mixed ? -6.02 : 0, 0.1);
-        EXPECT_EQ(result.channels[channel].noiseDecibels, kSilenceDecibels);
+        EXPECT_EQ(result.channels[channel].noiseDecibels, kDigitalSilenceDecibels);
         if (!mixed) {
             EXPECT_EQ(result.channels[channel].source, static_cast<int>(channel));
         }
@@ -190,7 +190,7 @@ TEST(LoopAnalysisOfSignal, Noise_IsToldAndIsNoError) {
         SyntheticLoop loop;
         loop.noise = std::pow(10, decibels / 20);
         const LoopResult result = judge(loop, makeRecording(loop));
-        EXPECT_NEAR(result.channels[1].noiseDecibels, decibels, 1);
+        EXPECT_NEAR(result.channels[1].noiseDecibels.value(), decibels, 1);
         EXPECT_TRUE(result.disturbances.empty()) << decibels;
     }
 }

@@ -39,6 +39,12 @@ RUNS = [
     (0, "", "complete", ["soak", "--seconds", "1.2"]),
     (1, "capture-open-fails slow", "complete", ["soak", "--seconds", "1.3"]),
     (77, "no-devices", "failed", ["soak"]),
+    (0, "loopback", "complete", ["loop", "--seconds", "0.5"]),
+    (1, "loopback loopback-add", "complete", ["loop", "--seconds", "1", "--keep", "{}missing\\x.wav"]),
+    (1, "", "complete", ["loop", "--seconds", "0.5"]),
+    (1, "freeze", "gave-up", ["loop"]),
+    (77, "no-devices", "failed", ["loop"]),
+    (0, "", "complete", ["loop", "--selftest"]),
     (2, "", "failed", ["sing"]),
     (2, "", "failed", ["list", "--volume", "11"]),
 ]
