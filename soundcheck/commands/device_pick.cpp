@@ -1,6 +1,7 @@
 #include "commands/device_pick.h"
 
 #include "client/device_selection.h"
+#include "exit_code.h"
 
 #include <optional>
 #include <set>
@@ -64,6 +65,14 @@ std::vector<PickedDevice> pickDevices(std::span<const DeviceEntry> playback, std
     played.collect(ORVO_PLAYBACK, wanted.empty(), picked);
     captured.collect(ORVO_CAPTURE, wanted.empty(), picked);
     return picked;
+}
+
+std::vector<PickedDevice> pickDevices(const Backend& backend, std::span<const std::string> wanted) {
+    const std::vector<DeviceEntry> playback = backend.devices(ORVO_PLAYBACK);
+    const std::vector<DeviceEntry> capture = backend.devices(ORVO_CAPTURE);
+    if (playback.empty() && capture.empty())
+        throw Failure(ExitCode::nothingChecked, "There is no device.");
+    return pickDevices(playback, capture, wanted);
 }
 
 } // namespace soundcheck

@@ -29,4 +29,7 @@ struct PickedDevice {
 std::vector<PickedDevice> pickDevices(std::span<const DeviceEntry> playback, std::span<const DeviceEntry> capture,
                                       std::span<const std::string> wanted);
 
+/** The same from the lists of a backend. Throws Failure when there is no device at all. */
+std::vector<PickedDevice> pickDevices(const Backend& backend, std::span<const std::string> wanted);
+
 } // namespace soundcheck

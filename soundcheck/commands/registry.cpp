@@ -1,4 +1,6 @@
+#include "commands/churn.h"
 #include "commands/command.h"
+#include "commands/echo.h"
 #include "commands/info.h"
 #include "commands/list.h"
 #include "commands/loop.h"
@@ -19,7 +21,9 @@ CommandList makeCommands() {
     commands.push_back(std::make_unique<RecordCommand>());
     commands.push_back(std::make_unique<TalkCommand>());
     commands.push_back(std::make_unique<LoopCommand>());
+    commands.push_back(std::make_unique<EchoCommand>());
     commands.push_back(std::make_unique<SoakCommand>());
+    commands.push_back(std::make_unique<ChurnCommand>());
     return commands;
 }
 

@@ -79,10 +79,7 @@ void SoakCommand::addOptions(CLI::App& app) {
 
 ExitCode SoakCommand::run(const RunContext& context) {
     Session session(context);
-    const std::vector<PickedDevice> devices =
-        pickDevices(session.backend().devices(ORVO_PLAYBACK), session.backend().devices(ORVO_CAPTURE), m_devices);
-    if (devices.empty())
-        throw Failure(ExitCode::nothingChecked, "There is no device.");
+    const std::vector<PickedDevice> devices = pickDevices(session.backend(), m_devices);
 
     Checks checks(context);
     SoakRun soak(context, checks, session, devices);

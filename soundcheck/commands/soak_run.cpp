@@ -77,7 +77,7 @@ void SoakRun::associate() {
     // A played block goes to the first who asks for it, so that no playback device can serve two.
     for (std::size_t i = 0; i < std::min(playback.size(), capture.size()); ++i)
         if (attempt(m_members[capture[i]],
-                    [&] { m_devices[capture[i]]->associateEcho(m_members[playback[i]].picked.entry.id); }))
+                    [&] { m_session.associateEcho(*m_devices[capture[i]], m_members[playback[i]].picked.entry.id); }))
             m_members[capture[i]].watch.expectReference();
 }
 

@@ -28,6 +28,7 @@ constexpr std::int32_t kFrames = kRate / 50;
 constexpr auto kBlockTime = std::chrono::milliseconds(2);
 constexpr auto kSlowBlockTime = std::chrono::milliseconds(50);
 constexpr int kBlocksBeforeFreeze = 10;
+constexpr std::size_t kEchoLagBlocks = 8;
 
 std::mutex journalMutex;
 std::string journal;
@@ -54,6 +55,7 @@ struct FakeDevice {
     DeviceDirection direction;
     std::string id;
     std::uint32_t contextId;
+    std::size_t echoed = 0; ///< samples of what was played that a microphone has heard
     std::atomic<bool> stopping = false;
     std::thread worker;
 };
@@ -92,6 +94,7 @@ struct DirectSoundBackend {
     std::uint32_t associations = 0;
     FakeCable cable{asked};
     std::atomic<int> playing = 0; ///< playback devices that run
+    int opens = 0;
     std::atomic<bool> latecomerIsThere = false;
     std::thread monitor;
 };
@@ -120,6 +123,30 @@ void playBlock(DirectSoundBackend& backend, const FakeDevice& device) {
     backend.cable.put(samples);
 }
 
+/** The microphone hears what was played; the reference is kEchoLagBlocks earlier. */
+void echoBlock(DirectSoundBackend& backend, FakeDevice& device) {
+    std::vector<std::int16_t> heard(kFrames * kChannels);
+    std::vector<std::int16_t> reference(kFrames * kChannels);
+    {
+        const std::lock_guard lock(journalMutex);
+        if (played.size() < device.echoed + reference.size())
+            return;
+        std::copy_n(played.begin() + static_cast<std::ptrdiff_t>(device.echoed), reference.size(), reference.begin());
+        if (device.echoed >= kEchoLagBlocks * heard.size())
+            std::copy_n(played.begin() + static_cast<std::ptrdiff_t>(device.echoed - kEchoLagBlocks * heard.size()),
+                        heard.size(), heard.begin());
+    }
+    device.echoed += reference.size();
+    if (asked("deaf"))
+        std::fill(heard.begin(), heard.end(), std::int16_t{0});
+    AudioBlock block{device.contextId, 0, heard.data(), kFrames};
+    AudioBlock echo{1, 0, reference.data(), kFrames};
+    const std::lock_guard lock(backend.dsp);
+    backend.callbacks.deliverCaptureData(backend.callbacks.clientContext, device.id.c_str(),
+                                         asked("reference-late") ? &echo : &block,
+                                         asked("reference-late") ? &block : &echo);
+}
+
 /** Every sample of the nth block is n, every sample of its reference is -n. */
 void captureBlock(DirectSoundBackend& backend, const FakeDevice& device, std::int16_t number) {
     std::vector<std::int16_t> samples(kFrames * kChannels, number);
@@ -144,6 +171,8 @@ void work(DirectSoundBackend& backend, FakeDevice& device) {
             continue;
         if (device.direction == ORVO_PLAYBACK)
             playBlock(backend, device);
+        else if (asked("echo"))
+            echoBlock(backend, device);
         else
             captureBlock(backend, device, static_cast<std::int16_t>(number));
     }
@@ -244,6 +273,12 @@ FAKE_EXPORT BackendResult orvosoundbackend_openDevice(DirectSoundBackend* backen
     note("open-" + std::to_string(direction));
     if (asked("open-fails") || (asked("capture-open-fails") && direction == ORVO_CAPTURE))
         return ORVO_DIRECTSOUNDCREATE8;
+    if (asked("flaky-open") && ++backend->opens % 5 == 0)
+        return ORVO_PLAYBACK_START;
+    if (find(backend, direction, id) != nullptr) {
+        note("OPENED-TWICE");
+        return ORVO_DEVICE_ALREADY_OPEN;
+    }
     *channels = kChannels;
     // The bytes of 8-bit blocks are half as many as the fake really has: enough for a test of the client.
     *bits = direction == ORVO_CAPTURE && asked("eight-bits") ? 8 : 16;
@@ -263,6 +298,10 @@ FAKE_EXPORT BackendResult orvosoundbackend_startDevice(DirectSoundBackend* backe
     FakeDevice* const device = find(backend, direction, id);
     if (device == nullptr || device->contextId != contextId)
         return ORVO_INVALID_CONTEXT_ID;
+    if (device->worker.joinable()) {
+        note("STARTED-TWICE");
+        return ORVO_CALL_OUT_OF_ORDER;
+    }
     if (asked("start-fails"))
         return ORVO_PLAYBACK_START;
     if (asked("log-error"))

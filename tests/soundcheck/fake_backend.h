@@ -6,8 +6,10 @@
  *
  * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, capture-open-fails, stop-fails,
  * close-hangs, silent (no block at all), freeze (no block after the tenth), slow (50 ms per block), eight-bits (capture),
- * alternating-reference, no-reference, odd-echo (another rate is announced), log-error, latecomer (a device comes and
- * goes), loopback (what is played is captured again, see fake_cable.h).
+ * echo (the microphone hears what is played, 160 ms behind its reference), deaf (with echo: it does not), reference-late
+ * (with echo: the other way round), flaky-open (every fifth), alternating-reference, no-reference, odd-echo (another rate
+ * is announced), log-error, latecomer (a device comes and goes), loopback (what is played is captured again, see
+ * fake_cable.h).
  */
 #pragma once
 
