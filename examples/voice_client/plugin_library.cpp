@@ -7,8 +7,8 @@ PluginLibrary::PluginLibrary() : m_Module(LoadLibraryW(L"directsound_win64.dll")
         throw std::runtime_error("directsound_win64.dll cannot be loaded");
     bool complete = true;
 #define LOOK_UP_EXPORT(name)                                                                                         \
-    name = reinterpret_cast<name##_fn>(reinterpret_cast<void (*)()>(GetProcAddress(m_Module, #name)));               \
-    complete = complete && name;
+    (name) = reinterpret_cast<name##_fn>(reinterpret_cast<void (*)()>(GetProcAddress(m_Module, #name)));             \
+    complete = complete && (name);
     ORVOSOUNDBACKEND_EXPORTS(LOOK_UP_EXPORT)
 #undef LOOK_UP_EXPORT
     if (complete)

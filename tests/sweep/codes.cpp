@@ -70,9 +70,10 @@ constexpr std::array kNeverFails{
 
 std::vector<Code> codesOf(std::string_view call) {
     if (answersHresult(call)) {
-        std::vector<Code> codes;
-        for (const HresultText& known : kHresults)
-            codes.push_back({known.value, {}});
+        std::vector<Code> codes(kHresults.size());
+        std::ranges::transform(kHresults, codes.begin(), [](const HresultText& known) {
+            return Code{known.value, {}};
+        });
         if (call == "DirectSoundCapture.CreateBuffer")
             codes.push_back({kAllocated, {}});
         return codes;
@@ -130,7 +131,8 @@ std::string errorLine(HRESULT hr, std::string_view name) {
 }
 
 std::string logLine(HRESULT hr) {
-    return errorLine(hr, "unknown error").c_str(); // up to the first NUL
+    const std::string line = errorLine(hr, "unknown error");
+    return line.substr(0, line.find('\0'));
 }
 
 } // namespace sweep

@@ -28,7 +28,7 @@ bool takeOut(Lines& lines, const std::string& line) {
 }
 
 std::string shown(const std::string& line) {
-    return "\"" + std::string(line.c_str()) + "\""; // some hold a NUL
+    return "\"" + line.substr(0, line.find('\0')) + "\"";
 }
 
 void judgeLines(const Fault& fault, const Outcome& clean, const Outcome& run, Lines& problems) {
