@@ -191,6 +191,8 @@ void Client::enterAudioCallback(const std::string& device, std::uint32_t context
             !m_Formats.contains(key(3 - direction, device)))
             problem("audio callback of " + device + ", which is gone");
     }
+    if (m_Sim.kernel().ownedBy(*Scheduler::current()).size() > 1)
+        problem("audio callback of " + device + " under another lock than the DSP lock");
     m_AudioCallback = device;
 }
 
@@ -202,6 +204,8 @@ void Client::leaveAudioCallback() {
 void Client::notify(void* client, std::int32_t event, const char* device, std::int32_t value) {
     auto& self = *static_cast<Client*>(client);
     self.m_Sim.scheduler().point("notifyDeviceChange", std::to_string(event));
+    if (!self.m_Sim.kernel().ownedBy(*Scheduler::current()).empty())
+        self.problem("notifyDeviceChange under a lock");
     self.notifications.push_back({self.m_Sim.now(), event, device, value});
     if (self.onNotification)
         self.onNotification(Notification(self.notifications.back()));

@@ -2,7 +2,7 @@
 //
 // Playback is numbered audio (see sound/numbered_audio.h) unless the scenario sets something else. The client also
 // watches the promises that hold for every scenario: no two audio callbacks at once, none while the client holds the
-// DSP lock, none for a device that is gone.
+// DSP lock, none for a device that is gone; no lock of the plug-in but the DSP lock around a callback.
 #pragma once
 
 #include "simulation.h"
@@ -127,6 +127,8 @@ public:
     std::uint64_t requestCount = 0;
     std::uint64_t capturedCount = 0;
 
+    // A thread of ours holds the DSP lock, or an audio callback runs.
+    [[nodiscard]] bool insideDspLock() const { return m_DspHolder || !m_AudioCallback.empty(); }
     [[nodiscard]] std::vector<std::string> logTexts(std::int32_t level) const;
     // Checks the captured blocks of a device as numbered audio.
     [[nodiscard]] NumberedChecker checkCaptured(const Device& device) const;

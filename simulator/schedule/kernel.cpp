@@ -242,4 +242,17 @@ std::vector<std::string> Kernel::ownedBy(const ThreadState& thread) const {
     return names;
 }
 
+const ThreadState* Kernel::ownerOf(int section) const {
+    for (const auto& [address, state] : m_Sections) {
+        if (state.number == section)
+            return state.owner;
+    }
+    return nullptr;
+}
+
+std::optional<bool> Kernel::signalled(int event) const {
+    const Object& known = m_Objects.at(static_cast<std::size_t>(event));
+    return known.open ? std::optional(known.signalled) : std::nullopt;
+}
+
 } // namespace simulator

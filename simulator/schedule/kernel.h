@@ -48,6 +48,10 @@ public:
 
     // A deleted section that is still owned is reported, but for this many.
     void allowOwnedAtRemoval(unsigned count) { m_AllowedOwnedAtRemoval = count; }
+    // Who owns this section; null also when there is no such section (any more).
+    [[nodiscard]] const ThreadState* ownerOf(int section) const;
+    // Of an event by its number; nothing when it is closed.
+    [[nodiscard]] std::optional<bool> signalled(int event) const;
     // Pairs "A before B" of section numbers that one thread was seen to hold together.
     [[nodiscard]] const std::set<std::pair<int, int>>& lockOrder() const { return m_LockOrder; }
 

@@ -34,6 +34,11 @@ void fillNumbered(std::span<std::byte> bytes, std::uint64_t firstFrame, unsigned
     }
 }
 
+std::uint64_t firstNumber(std::span<const std::byte> bytes, unsigned channels) {
+    const std::uint64_t low = load(bytes.data(), 16) & kLow15;
+    return channels == 1 ? low : low | (load(bytes.data() + sizeof(std::uint16_t), 16) & kLow15) << 15;
+}
+
 void NumberedChecker::feed(std::span<const std::byte> bytes) {
     const std::size_t sampleBytes = m_Bits / 8;
     const std::size_t frameBytes = sampleBytes * m_Channels;

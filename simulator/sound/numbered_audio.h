@@ -17,6 +17,9 @@ std::uint16_t numberedSample(std::uint64_t frame, unsigned channel, unsigned bit
 // Whole frames, beginning with the given number.
 void fillNumbered(std::span<std::byte> bytes, std::uint64_t firstFrame, unsigned channels, unsigned bits);
 
+// Number of the first frame of 16-bit numbered audio, modulo the range that its channels can carry.
+std::uint64_t firstNumber(std::span<const std::byte> bytes, unsigned channels = 2);
+
 // Follows numbered audio that comes in any pieces of whole frames.
 class NumberedChecker {
 public:

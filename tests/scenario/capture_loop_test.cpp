@@ -1,6 +1,7 @@
 // The capture loop: which block is handed over when.
 #include "capture_scenario.h"
 
+#include <cstring>
 #include <functional>
 
 namespace scenario {

@@ -4,7 +4,6 @@
 #include "scenario.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace scenario {
 
@@ -37,16 +36,9 @@ inline std::vector<std::string> callsAfterOpen(Simulation& sim, const Device& de
     return names;
 }
 
-// Number of the first frame of 16-bit numbered audio.
+// Number of the first frame of 16-bit numbered audio; of too few bytes a number that never comes.
 inline std::uint64_t firstFrame(const std::vector<std::byte>& audio, unsigned channels = 2) {
-    std::uint16_t low = 0;
-    std::uint16_t high = 0;
-    if (audio.size() < 4)
-        return UINT64_MAX;
-    std::memcpy(&low, audio.data(), 2);
-    if (channels > 1)
-        std::memcpy(&high, audio.data() + 2, 2);
-    return (low & 0x7FFFu) | (high & 0x7FFFu) << 15;
+    return audio.size() < 4 ? UINT64_MAX : firstNumber(audio, channels);
 }
 
 // The blocks that came from a device, by their numbers since its start.

@@ -1,6 +1,8 @@
 // The echo reference that comes with captured blocks.
 #include "capture_scenario.h"
 
+#include <cstring>
+
 namespace scenario {
 
 // A capture and a playback device whose cursors move only when the scenario says so. Playback hands a block to its

@@ -1,6 +1,5 @@
 // Finalize in every situation that it can meet.
 #include "scenario.h"
-#include "schedules.h"
 
 #include <string>
 
@@ -128,37 +127,4 @@ SCENARIO(Finalize, SleepingMonitor_IsWoken,
     const double before = sim.now();
     EXPECT_EQ(client.finalize(), 0);
     EXPECT_LT(sim.now() - before, kAtOnce);
-}
-
-TEST(Finalize, StopSignal_IsNeverLost) {
-    RecordProperty("behaviour", "Whenever finalize comes between the monitor's steps, its signal to stop is seen at "
-                                "once and never costs the monitor's second.");
-    for (const double moment : {0.0, 1.0, 1000.0, 2000.0}) {
-        const unsigned runs =
-            scenario::playWithEverySwitch([&](simulator::Simulation& sim, simulator::Client& client) {
-                client.initialize();
-                sim.advance(moment);
-                const double before = sim.now();
-                EXPECT_EQ(client.finalize(), 0);
-                EXPECT_LT(sim.now() - before, kAtOnce) << "finalize at " << moment << " ms";
-            });
-        EXPECT_GT(runs, 2u);
-    }
-}
-
-TEST(Finalize, StopSignalAfterAClose_IsNeverLost) {
-    RecordProperty("behaviour", "A finalize that follows a close at once waits for the device, but never for the "
-                                "monitor's second, in any order of the threads.");
-    const scenario::Play play = [](simulator::Simulation& sim, simulator::Client& client) {
-        const simulator::Device& speaker = sim.playback("Speaker");
-        client.initialize();
-        client.open(speaker);
-        const double before = sim.now();
-        client.close(speaker);
-        EXPECT_EQ(client.finalize(), 0);
-        EXPECT_LT(sim.now() - before, kAtOnce);
-        EXPECT_TRUE(sim.sound().living(speaker).empty());
-    };
-    EXPECT_GT(scenario::playWithEverySwitch(play), 10u);
-    scenario::playWithSeeds(20, play);
 }

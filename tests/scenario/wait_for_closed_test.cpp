@@ -1,6 +1,5 @@
 // Waiting for closed devices.
 #include "scenario.h"
-#include "schedules.h"
 
 SCENARIO(WaitForClosed, NothingClosing_ReturnsInSilence,
          "With nothing to wait for, the wait returns 0 at once and writes nothing.") {
@@ -89,51 +88,4 @@ SCENARIO(WaitForClosed, InsideANotification_ClosesOnTheMonitorThread,
     expectErrorLines({"Waiting for device to close"});
     EXPECT_EQ(sim.count("Secondary.Stop"), 1u);
     client.finalize();
-}
-
-TEST(WaitForClosed, Event_IsNeverMissed) {
-    RecordProperty("behaviour", "However the threads interleave, a wait after a close ends when the device is gone "
-                                "and never hangs.");
-    const scenario::Play play = [](simulator::Simulation& sim, simulator::Client& client) {
-        const simulator::Device& speaker = sim.playback("Speaker");
-        client.initialize();
-        sim.advance(1500);
-        for (int i = 0; i < 2; ++i) {
-            EXPECT_EQ(client.open(speaker).result, 0);
-            client.close(speaker);
-            const double before = sim.now();
-            EXPECT_EQ(client.waitForClosed(), 0);
-            EXPECT_LT(sim.now() - before, 5);
-            EXPECT_TRUE(sim.sound().living(speaker).empty());
-        }
-        client.finalize();
-    };
-    EXPECT_GT(scenario::playWithEverySwitch(play), 10u);
-    scenario::playWithSeeds(30, play);
-}
-
-TEST(WaitForClosed, RunningDevices_AreGoneUnderRandomSchedules) {
-    RecordProperty("behaviour", "Two running devices that are opened, closed and waited for again and again are gone "
-                                "after every wait, under random schedules.");
-    scenario::playWithSeeds(20, [](simulator::Simulation& sim, simulator::Client& client) {
-        const simulator::Device& speaker = sim.playback("Speaker");
-        const simulator::Device& microphone = sim.capture("Microphone");
-        client.initialize();
-        for (int i = 0; i < 3; ++i) {
-            for (const simulator::Device* device : {&speaker, &microphone}) {
-                EXPECT_EQ(client.open(*device).result, 0);
-                EXPECT_EQ(client.start(*device), 0);
-            }
-            sim.advance(30);
-            client.lockDsp();
-            client.unlockDsp();
-            EXPECT_EQ(client.stop(speaker), 0);
-            client.close(speaker);
-            client.close(microphone);
-            EXPECT_EQ(client.waitForClosed(), 0);
-            EXPECT_TRUE(sim.sound().living(speaker).empty());
-            EXPECT_TRUE(sim.sound().living(microphone).empty());
-        }
-        client.finalize();
-    });
 }
