@@ -1,0 +1,27 @@
+#include "followed_streams.h"
+
+namespace scenario {
+namespace {
+
+constexpr unsigned kChannels = 2;
+constexpr unsigned kBits = 16;
+constexpr std::uint64_t kNumbers = 1ull << 30; // of stereo frames, before they begin anew
+
+} // namespace
+
+void ReferenceFollower::feed(std::span<const std::byte> reference) {
+    simulator::NumberedChecker frames(kChannels, kBits);
+    frames.feed(reference);
+    const std::uint64_t first = simulator::firstNumber(reference, kChannels);
+    const std::uint64_t skipped = (first + kNumbers - m_Next) % kNumbers;
+    if (!frames.unbroken() || frames.frames() != m_FramesPerBlock)
+        ++m_Disorder;
+    else if (m_Blocks > 0 && (skipped % m_FramesPerBlock != 0 || skipped >= kNumbers / 2))
+        ++m_Disorder;
+    else if (m_Blocks > 0)
+        m_LeftOut += skipped / m_FramesPerBlock;
+    m_Next = (first + m_FramesPerBlock) % kNumbers;
+    ++m_Blocks;
+}
+
+} // namespace scenario
