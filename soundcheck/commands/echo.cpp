@@ -9,6 +9,7 @@
 #include "commands/recording_folder.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
+#include "pictures/pictures.h"
 #include "platform/text.h"
 #include "streams/repeating_source.h"
 
@@ -67,6 +68,15 @@ Json lagOverTime(const EchoLag& lag) {
     return {{"lag", std::move(points)}};
 }
 
+void addPicture(Document& document, const EchoLag& lag) {
+    std::vector<PlottedLag> points;
+    for (const LagPoint& point : lag.points)
+        points.push_back({point.seconds, point.milliseconds});
+    document.addPicture("How much later than the echo reference the microphone hears each marker. It should stay the "
+                        "same.",
+                        lagPicture(points));
+}
+
 void printLag(Console& console, const EchoLag& lag) {
     for (const LagPoint& point : lag.points)
         console.line("marker at " + fixedDecimals(point.seconds, 2) + " s: lag " +
@@ -113,6 +123,7 @@ ExitCode EchoCommand::run(const RunContext& context) {
     printLag(context.console, proof.lag);
     addTo(summary, proof);
     tellSummary(context, name(), summary, endingName(ending), lagOverTime(proof.lag));
+    addPicture(context.document, proof.lag);
 
     checkLog(checks, context.document.log());
     if (ending == Ending::interrupted && proof.lag.points.empty() && !checks.failed())

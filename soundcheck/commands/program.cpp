@@ -1,9 +1,7 @@
 #include "commands/program.h"
 
-#include "audio/sample_format.h"
-#include "client/device_selection.h"
-#include "client/errors.h"
 #include "commands/command.h"
+#include "commands/guarded_run.h"
 #include "platform/text.h"
 
 #include <CLI/CLI.hpp>
@@ -15,35 +13,14 @@
 namespace soundcheck {
 namespace {
 
-ExitCode tell(const RunContext& context, ExitCode code, const std::string& sentence,
-              std::string_view ended = "failed") {
-    tellFinding(context, sentence);
-    context.document.setEnded(ended);
-    return code;
-}
-
 ExitCode runCommand(Command& command, RunContext& context, std::optional<ReportFile>& report) {
-    try {
+    return runGuarded(context, [&] {
         if (const std::string& file = context.options.report; !file.empty()) {
             context.report = &report.emplace(toPath(file)); // a wrong name is told before anything runs
             context.document.traces().keep();
         }
         return command.run(context);
-    } catch (const InterruptedTooEarly& error) {
-        return tell(context, error.code(), error.what(), "interrupted");
-    } catch (const Failure& error) {
-        return tell(context, error.code(), error.what());
-    } catch (const BackendError& error) {
-        return tell(context, ExitCode::backendFailed, error.what());
-    } catch (const LibraryError& error) {
-        return tell(context, ExitCode::backendFailed, error.what());
-    } catch (const SelectionError& error) {
-        return tell(context, ExitCode::usage, error.what());
-    } catch (const AudioFileError& error) {
-        return tell(context, ExitCode::usage, error.what());
-    } catch (const std::exception& error) { // memory or threads ran out
-        return tell(context, ExitCode::checkFailed, std::string("The system failed: ") + error.what() + ".");
-    }
+    });
 }
 
 void addCommonOptions(CLI::App& app, CommonOptions& options) {

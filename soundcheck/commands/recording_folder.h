@@ -5,7 +5,10 @@
  */
 #pragma once
 
+#include "platform/temporary_folder.h"
+
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace soundcheck {
@@ -14,15 +17,12 @@ class RecordingFolder {
 public:
     /** @param keep made when it is missing; empty: a temporary folder */
     explicit RecordingFolder(const std::string& keep);
-    RecordingFolder(const RecordingFolder&) = delete;
-    RecordingFolder& operator=(const RecordingFolder&) = delete;
-    ~RecordingFolder();
 
     std::filesystem::path microphone() const { return m_path / "microphone.wav"; }
     std::filesystem::path reference() const { return m_path / "reference.wav"; }
 
 private:
-    bool m_temporary;
+    std::optional<TemporaryFolder> m_temporary;
     std::filesystem::path m_path;
 };
 

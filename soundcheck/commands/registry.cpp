@@ -1,5 +1,6 @@
 #include "commands/churn.h"
 #include "commands/command.h"
+#include "commands/doctor.h"
 #include "commands/echo.h"
 #include "commands/info.h"
 #include "commands/list.h"
@@ -24,6 +25,7 @@ CommandList makeCommands() {
     commands.push_back(std::make_unique<EchoCommand>());
     commands.push_back(std::make_unique<SoakCommand>());
     commands.push_back(std::make_unique<ChurnCommand>());
+    commands.push_back(std::make_unique<DoctorCommand>());
     return commands;
 }
 

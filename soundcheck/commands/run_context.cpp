@@ -29,9 +29,12 @@ ExitCode deliverDocument(const RunContext& context, ExitCode code) {
 
 CallWatch watchCall(const RunContext& context, std::string what) {
     return {std::move(what), [context](std::string_view sentence) {
-                tellFinding(context, sentence);
-                context.document.setEnded("hung");
-                deliverDocument(context, ExitCode::backendFailed);
+                const RunContext* whole = &context;
+                while (whole->outer != nullptr)
+                    whole = whole->outer;
+                tellFinding(*whole, sentence);
+                whole->document.setEnded("hung");
+                deliverDocument(*whole, ExitCode::backendFailed);
                 std::_Exit(toInt(ExitCode::backendFailed)); // nothing can be closed or finalized any more
             }};
 }

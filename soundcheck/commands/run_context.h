@@ -31,7 +31,8 @@ struct RunContext {
     const Interrupt& interrupt;
     const CommonOptions& options;
     Document& document;
-    ReportFile* report = nullptr; ///< null: none was asked for
+    ReportFile* report = nullptr;      ///< null: none was asked for
+    const RunContext* outer = nullptr; ///< of the run that this one is a part of; null: it is no part
 };
 
 /** Something is wrong: one sentence on standard error and in the document. Any thread. */

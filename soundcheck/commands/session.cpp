@@ -180,7 +180,9 @@ void Session::deviceChanged(DeviceEventCode event, std::string_view deviceId, st
 }
 
 void Session::logMessage(std::string_view deviceId, std::string_view message, std::int32_t level) {
-    m_context.document.log().add(deviceId, message, level, LogRecord::Clock::now());
+    const auto now = LogRecord::Clock::now();
+    for (const RunContext* context = &m_context; context != nullptr; context = context->outer)
+        context->document.log().add(deviceId, message, level, now);
     m_printer.add(deviceId, message, level);
 }
 

@@ -20,14 +20,14 @@ double rounded(double milliseconds) {
 
 } // namespace
 
-std::string lagPicture(std::span<const LagPoint> points) {
+std::string lagPicture(std::span<const PlottedLag> points) {
     if (points.empty())
         return {};
     const auto [earliest, latest] = std::minmax_element(
-        points.begin(), points.end(), [](const LagPoint& a, const LagPoint& b) { return a.seconds < b.seconds; });
+        points.begin(), points.end(), [](const PlottedLag& a, const PlottedLag& b) { return a.seconds < b.seconds; });
     const auto [least, most] =
         std::minmax_element(points.begin(), points.end(),
-                            [](const LagPoint& a, const LagPoint& b) { return a.milliseconds < b.milliseconds; });
+                            [](const PlottedLag& a, const PlottedLag& b) { return a.milliseconds < b.milliseconds; });
     const double lowest = rounded(least->milliseconds);
     const double highest = rounded(most->milliseconds);
 
@@ -41,13 +41,13 @@ std::string lagPicture(std::span<const LagPoint> points) {
     drawVerticalAxis(drawing, area, lag, "lag in milliseconds");
 
     std::string commands;
-    for (const LagPoint& point : points) {
+    for (const PlottedLag& point : points) {
         const double x = position(time, point.seconds, area.left, area.right);
         const double y = position(lag, rounded(point.milliseconds), area.bottom, area.top);
         commands += commands.empty() ? moveTo(x, y) : lineTo(x, y);
     }
     drawing.path(commands, "curve");
-    for (const LagPoint& point : points)
+    for (const PlottedLag& point : points)
         drawing.dot(position(time, point.seconds, area.left, area.right),
                     position(lag, rounded(point.milliseconds), area.bottom, area.top), 3, "point",
                     fixedDecimals(point.milliseconds, 2) + " ms at " + fixedDecimals(point.seconds, 2) + " s");

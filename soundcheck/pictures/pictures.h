@@ -37,13 +37,14 @@ struct IntervalCounts {
 /** Logarithmic upwards: one late callback among a million is what one looks for. */
 std::string intervalPicture(const IntervalCounts& intervals);
 
-struct LagPoint {
+/** How late something came at some time. */
+struct PlottedLag {
     double seconds = 0;
     double milliseconds = 0;
 };
 
 /** A lag that only differs by fractions of a block stays a flat line. */
-std::string lagPicture(std::span<const LagPoint> points);
+std::string lagPicture(std::span<const PlottedLag> points);
 
 /** One device on the timeline. */
 struct TimelineRow {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <map>
 
 namespace soundcheck {
@@ -13,6 +14,9 @@ constexpr double kRowHeight = 70;
 
 /** Below -60 dB a signal is shown as the nothing that it is for the ear, not stretched to fill the row. */
 constexpr double kLeastPeak = 0.001;
+
+/** What one column may stand for: a block. In a longer pause between two columns there is nothing to be seen. */
+constexpr double kPieceSeconds = 0.03;
 
 double peakOf(const WaveTrack& track) {
     double peak = 0;
@@ -39,10 +43,14 @@ std::string strokesOf(const WaveTrack& track, const PlotArea& area, const Scale&
     const double peak = std::max(peakOf(track), kLeastPeak);
     const Scale level{-peak, peak, peak};
     std::string commands;
-    for (const auto& [x, column] : strokes) {
+    const double widest = 1 + kPieceSeconds * (area.right - area.left) / (time.high - time.low);
+    for (auto stroke = strokes.begin(); stroke != strokes.end(); ++stroke) {
+        const auto& [x, column] = *stroke;
+        const auto next = std::next(stroke);
+        const double right = std::min(next == strokes.end() ? area.right : next->first, x + widest);
         const double top = position(level, column.high, area.bottom, area.top);
-        const double bottom = position(level, column.low, area.bottom, area.top);
-        commands += moveTo(x, top) + lineTo(x, std::max(bottom, top + 1)); // silence is a line, too
+        const double bottom = std::max(position(level, column.low, area.bottom, area.top), top + 1); // silence, too
+        commands += moveTo(x, top) + lineTo(right, top) + lineTo(right, bottom) + lineTo(x, bottom) + "Z";
     }
     return commands;
 }

@@ -54,6 +54,16 @@ std::vector<PagePicture> Document::pictures() const {
     return m_pictures;
 }
 
+void Document::setPageSections(std::vector<PageSection> sections) {
+    const std::lock_guard lock(m_mutex);
+    m_pageSections = std::move(sections);
+}
+
+std::vector<PageSection> Document::pageSections() const {
+    const std::lock_guard lock(m_mutex);
+    return m_pageSections;
+}
+
 void Document::setEnded(std::string_view word) {
     const std::lock_guard lock(m_mutex);
     m_ended = word;

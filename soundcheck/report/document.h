@@ -43,6 +43,9 @@ public:
     /** A picture for the page, before those that are made of the traces. */
     void addPicture(std::string caption, std::string svg);
     std::vector<PagePicture> pictures() const;
+    /** What stands on the page in the place of pictures and numbers. */
+    void setPageSections(std::vector<PageSection> sections);
+    std::vector<PageSection> pageSections() const;
 
     LogRecord& log() { return m_log; }
     TraceBook& traces() { return m_traces; }
@@ -61,6 +64,7 @@ private:
     Json m_sections = Json::object();
     Json m_findings = Json::array();
     std::vector<PagePicture> m_pictures;
+    std::vector<PageSection> m_pageSections;
     std::string m_ended = "complete";
 };
 

@@ -62,12 +62,6 @@ PageTable tableOf(std::string caption, const Json& objects) {
     return table;
 }
 
-Verdict verdictOf(ExitCode code) {
-    return code == ExitCode::done             ? Verdict::passed
-           : code == ExitCode::nothingChecked ? Verdict::nothingChecked
-                                              : Verdict::failed;
-}
-
 std::string sentenceOf(const Json& document, Verdict verdict) {
     const Json& findings = document["findings"];
     if (verdict == Verdict::passed)
@@ -104,6 +98,12 @@ PageSection environmentOf(const Json& environment) {
 
 } // namespace
 
+Verdict verdictOf(ExitCode code) {
+    return code == ExitCode::done             ? Verdict::passed
+           : code == ExitCode::nothingChecked ? Verdict::nothingChecked
+                                              : Verdict::failed;
+}
+
 std::string spokenName(std::string_view member) {
     constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kUnits = {
         {{"_ms", "ms"}, {"_percent", "%"}, {"_db", "dB"}, {"_dbfs", "dBFS"}, {"_hz", "Hz"}, {"_ppm", "ppm"}}};
@@ -137,6 +137,18 @@ std::vector<PageTable> tablesOf(const std::string& caption, const Json& section)
     return others;
 }
 
+PageSection detailsOf(Document& document) {
+    const Json whole = document.json(ExitCode::done);
+    PageSection section{{}, {}, document.pictures(), {}};
+    for (PagePicture& picture : picturesOf(document.traces().ended(), document.log()))
+        section.pictures.push_back(std::move(picture));
+    if (whole["command"].is_string() && whole.contains(whole["command"].get<std::string>())) {
+        const auto command = whole["command"].get<std::string>();
+        section.tables = tablesOf("What " + command + " found", whole[command]);
+    }
+    return section;
+}
+
 Page pageOf(Document& document, ExitCode code) {
     const Json whole = document.json(code);
     Page page;
@@ -147,14 +159,12 @@ Page pageOf(Document& document, ExitCode code) {
     for (const Json& finding : whole["findings"])
         page.findings.push_back(finding.get<std::string>());
 
-    PageSection pictures{"Pictures", {}, document.pictures(), {}};
-    for (PagePicture& picture : picturesOf(document.traces().ended(), document.log()))
-        pictures.pictures.push_back(std::move(picture));
-    page.sections.push_back(std::move(pictures));
-    PageSection numbers{"Numbers", {}, {}, {}};
-    if (whole.contains(command))
-        numbers.tables = tablesOf("What " + command + " found", whole[command]);
-    page.sections.push_back(std::move(numbers));
+    page.sections = document.pageSections();
+    if (page.sections.empty()) {
+        PageSection details = detailsOf(document);
+        page.sections.push_back({"Pictures", {}, std::move(details.pictures), {}});
+        page.sections.push_back({"Numbers", {}, {}, std::move(details.tables)});
+    }
     page.sections.push_back(environmentOf(whole["environment"]));
     page.log = logOf(document.log());
     return page;

@@ -12,6 +12,11 @@ namespace soundcheck {
 
 Page pageOf(Document& document, ExitCode code);
 
+Verdict verdictOf(ExitCode code);
+
+/** Its pictures, and what the command found as tables. */
+PageSection detailsOf(Document& document);
+
 /** "longest_gap_ms" -> "longest gap (ms)". */
 std::string spokenName(std::string_view member);
 

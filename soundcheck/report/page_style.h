@@ -45,7 +45,7 @@ svg { display: block; width: 100%; height: auto; background: var(--panel); borde
 svg text { fill: var(--ink); font-size: 11px; }
 .axis { stroke: var(--faint); }
 .grid { stroke: var(--rule); }
-.wave { stroke: var(--wave); fill: none; }
+.wave { fill: var(--wave); shape-rendering: crispEdges; }
 .curve { stroke: var(--wave); fill: none; stroke-width: 1.5; }
 .point, .bar, .blocks { fill: var(--wave); }
 .gap, .error { fill: var(--bad); }

@@ -127,7 +127,7 @@ TEST(Intervals, LastBin_IsOpen) {
 }
 
 TEST(Lag, Nanoseconds_AreNoMountains) {
-    std::vector<LagPoint> points;
+    std::vector<PlottedLag> points;
     for (int i = 0; i < 50; ++i)
         points.push_back({i * 0.5, 169.0 + std::sin(i) * 1e-6});
     const auto heights = numbersOf(lagPicture(points), "point", "cy");
@@ -137,7 +137,7 @@ TEST(Lag, Nanoseconds_AreNoMountains) {
 }
 
 TEST(Lag, AJump_IsSeen) {
-    const auto heights = numbersOf(lagPicture(std::vector<LagPoint>{{0, 100}, {1, 100}, {2, 120}}), "point", "cy");
+    const auto heights = numbersOf(lagPicture(std::vector<PlottedLag>{{0, 100}, {1, 100}, {2, 120}}), "point", "cy");
     ASSERT_EQ(heights.size(), 3U);
     EXPECT_EQ(heights[0], heights[1]);
     EXPECT_LT(heights[2], heights[1] - 50) << "more lag is higher up";

@@ -34,7 +34,7 @@ std::vector<PagePicture> allPictures(const std::string& device) {
             static_cast<std::uint64_t>(3000 * std::exp(-0.3 * (i - 40) * (i - 40)));
     intervals.counts[90] = 1;
     intervals.counts[200] = 2;
-    std::vector<LagPoint> lag;
+    std::vector<PlottedLag> lag;
     for (int i = 0; i < 40; ++i)
         lag.push_back({i * 0.5, 169.0 + std::sin(i) * 1e-6});
     const std::vector<WaveTrack> tracks = {speechLike("played", 0, 0.5), speechLike("captured", 0.17, 0.4),

@@ -49,6 +49,10 @@ RUNS = [
     (1, "freeze", "gave-up", ["loop"]),
     (77, "no-devices", "failed", ["loop"]),
     (0, "", "complete", ["loop", "--selftest"]),
+    (0, "", "complete", ["doctor"]),
+    (1, "capture-open-fails", "complete", ["doctor"]),
+    (3, "unsupported", "complete", ["doctor"]),
+    (77, "no-devices", "failed", ["doctor"]),
     (2, "", "failed", ["sing"]),
     (2, "", "failed", ["list", "--volume", "11"]),
 ]
