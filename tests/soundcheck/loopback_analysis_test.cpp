@@ -1,6 +1,7 @@
 // The analysis of a loopback against recordings with errors of known kind, size and place.
 #include "loopback/analysis.h"
 #include "loopback/synthetic_loop.h"
+#include "loopback/tone_tracker.h"
 
 #include <gtest/gtest.h>
 
@@ -216,6 +217,28 @@ TEST(LoopAnalysisOfSignal, Drift_IsToldAndIsNoError) {
         dropFrames(recording, place, 1);
         expectOne(judge(loop, recording), DisturbanceKind::dropped, place, 1);
     }
+}
+
+TEST(LoopAnalysisOfSignal, DriftThatGrows_IsFollowed) {
+    const SyntheticLoop loop;
+    const LoopRecording clean = makeRecording(loop);
+    const std::uint64_t begin = frameInTone(loop, 0.05);
+    const std::uint64_t end = frameInTone(loop, 1.4);
+    LoopRecording recording = clean;
+    for (std::uint64_t frame = begin; frame < end; ++frame) {
+        const auto since = static_cast<double>(frame - begin);
+        const double place =
+            static_cast<double>(frame) - 0.5 * 600e-6 * since * since / static_cast<double>(end - begin);
+        const auto whole = static_cast<std::size_t>(place);
+        const auto part = static_cast<float>(place - static_cast<double>(whole));
+        for (const std::size_t channel : {0U, 1U})
+            recording.samples[2 * frame + channel] =
+                (1 - part) * clean.samples[2 * whole + channel] + part * clean.samples[2 * (whole + 1) + channel];
+    }
+    const auto track = followTones(recording, loop.probe(), begin, end);
+    ASSERT_TRUE(track.has_value());
+    EXPECT_TRUE(track->disturbances.empty());
+    EXPECT_NEAR(track->driftPpm, 300, 10);
 }
 
 TEST(LoopAnalysisOfSignal, OneChannelSilent_HasNoSource) {

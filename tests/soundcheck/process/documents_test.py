@@ -45,6 +45,7 @@ RUNS = [
     (77, "no-devices", "failed", ["soak"]),
     (0, "loopback", "complete", ["loop", "--seconds", "0.5"]),
     (1, "loopback loopback-add", "complete", ["loop", "--seconds", "1", "--keep", "{}missing\\x.wav"]),
+    (1, "loopback loopback-swap", "complete", ["loop", "--seconds", "0.5", "--keep", "Z:\\dev\\full"]),
     (1, "", "complete", ["loop", "--seconds", "0.5"]),
     (1, "freeze", "gave-up", ["loop"]),
     (77, "no-devices", "failed", ["loop"]),
