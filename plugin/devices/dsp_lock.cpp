@@ -19,11 +19,7 @@ void DspLock::unlock() {
 
 bool DspLock::lockUnlessCommanded(const Event& command) {
     const std::array<HANDLE, 2> handles{command.handle(), dspIdleEvent.handle()};
-    for (bool wokenInVain = false; !m_Section.try_lock(); wokenInVain = true) {
-        // The owner sets the event before it leaves. It may need this very processor for that last step, and a loop of
-        // time-critical priority that tries again and again would keep it away.
-        if (wokenInVain)
-            SwitchToThread();
+    while (!m_Section.try_lock()) {
         const DWORD woken =
             WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), FALSE, INFINITE);
         if (woken == WAIT_OBJECT_0)

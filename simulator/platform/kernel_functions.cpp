@@ -149,14 +149,6 @@ void WINAPI sleep(DWORD milliseconds) {
         std::to_string(milliseconds));
 }
 
-// Whoever else can run comes first.
-BOOL WINAPI switchToThread() {
-    World* w = scheduledWorld();
-    if (!w)
-        return SwitchToThread();
-    return w->call("SwitchToThread", "", FALSE, [&]() -> BOOL { return w->scheduler.yield(), TRUE; });
-}
-
 } // namespace
 
 std::vector<Replacement> kernelFunctions() {
@@ -176,7 +168,6 @@ std::vector<Replacement> kernelFunctions() {
         replacement("_endthreadex", &endThread),
         replacement("SetThreadPriority", &setThreadPriority),
         replacement("Sleep", &sleep),
-        replacement("SwitchToThread", &switchToThread),
     };
 }
 

@@ -90,8 +90,6 @@ public:
     // Waits until wake(), or until canBeTaken, or until the deadline. False: the deadline came first.
     bool wait(Nanoseconds deadline, std::function<bool()> canBeTaken = {});
     void wake(ThreadState& thread);
-    // Lets everybody else who can run go first.
-    void yield();
     // The calling thread does nothing for so long, exactly.
     void spend(Nanoseconds time);
 

@@ -213,26 +213,3 @@ SCENARIO(DspLock, LoopsUnderAbandonedSection_StillObeyAStop,
     // Two locks and two unlocks never freed the section, so no callback followed.
     EXPECT_EQ(client.requestCount, requests);
 }
-
-SCENARIO(DspLock, UnlockHeldUpHalfway_LoopGivesItTheProcessor,
-         "Unlock signals before it leaves the section. A loop that is woken in between gives the processor away each "
-         "time it has tried in vain, so that it never keeps the unlocking thread from its last step.") {
-    const Device& speaker = sim.playback("Speaker");
-    client.initialize();
-    client.open(speaker);
-    client.start(speaker);
-    sim.advance(100);
-    client.lockDsp();
-    const std::string section = sim.calls("EnterCriticalSection").back().subject;
-    sim.advance(30);
-    EXPECT_EQ(sim.count("SwitchToThread"), 0u);
-    const unsigned tries = sim.count("TryEnterCriticalSection");
-    sim.on("LeaveCriticalSection").of(section).onCall(1).takes(3);
-    client.unlockDsp();
-    const unsigned triesInVain = sim.count("TryEnterCriticalSection") - tries;
-    EXPECT_GT(triesInVain, 1u);
-    EXPECT_GE(sim.count("SwitchToThread") + 1, triesInVain);
-    sim.advance(50);
-    client.closeAndFinalize({&speaker});
-    EXPECT_TRUE(speaker.checkHeard().unbroken());
-}
