@@ -110,6 +110,8 @@ def _droppable(statement: list[Token]) -> bool:
         if declares:
             return False
         position += 1
+    if any(one.kind == other.kind == 'name' for one, other in zip(statement, statement[1:])):
+        return False # a constructor with its parameters
     return any(text in ('(', '=', '+=', '-=', '++', '--') for text in texts)
 
 

@@ -36,6 +36,9 @@ class TokenChanges(unittest.TestCase):
         self.assertEqual(changed('int a = 0;', 'constant'), ['int a = 1;'])
         self.assertEqual(changed('int a = 0xFF;', 'constant'), ['int a = 0x100;', 'int a = 0xfe;'])
 
+    def test_function_without_a_body_stays_one(self):
+        self.assertEqual(changed('virtual int f() const = 0; int a = 0;', 'constant'), ['virtual int f() const = 0; int a = 1;'])
+
     def test_floating_point_is_left_alone(self):
         self.assertEqual(changed('double a = 1.5;', 'constant'), [])
 
@@ -80,7 +83,7 @@ class StatementChanges(unittest.TestCase):
             self.assertEqual(changed(in_function(statement), 'dropped'), [], statement)
 
     def test_declarations_of_functions_are_kept(self):
-        source = 'class A { ~A(); A(const A&) = delete; void f(); [[nodiscard]] bool g() const; };'
+        source = 'class A { ~A(); A(const A&) = delete; A(int a); void f(); [[nodiscard]] bool g() const; };'
         self.assertEqual(changed(source, 'dropped'), [])
 
     def test_body_without_braces_is_dropped(self):

@@ -46,7 +46,7 @@ def token_changes(source: str, found: list[Token]) -> list[Change]:
         before = found[position - 1].text if position > 0 else ''
         if before == 'operator':
             continue
-        if token.kind == 'number':
+        if token.kind == 'number' and not _makes_virtual(found, position):
             changes += _number(token)
         elif token.kind == 'string' and before != 'extern':
             changes.append(Change('text', token.start, token.end, token.text[:-1] + '~"'))
@@ -55,6 +55,11 @@ def token_changes(source: str, found: list[Token]) -> list[Change]:
         elif token.kind == 'sign':
             changes += _sign(source, found, position)
     return changes
+
+
+def _makes_virtual(found: list[Token], position: int) -> bool:
+    """Whether this is the 0 of a function without a body."""
+    return position > 1 and found[position - 1].text == '=' and found[position - 2].text in (')', 'const', 'noexcept')
 
 
 def _number(token: Token) -> list[Change]:
