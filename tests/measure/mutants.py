@@ -23,7 +23,7 @@ from trial import Outcome, Trials, Verdict, share_scenario_tests
 
 FOLDER = PROJECT / 'build' / 'mutants'
 REASONS = Path(__file__).with_name('mutants_reasons.txt')
-GOAL = 95  # per cent that the tests are to notice
+GOAL = 95  # per cent to aim for; what fails a run is a survivor without reason
 
 
 def parse_arguments() -> argparse.Namespace:
@@ -117,7 +117,7 @@ def report(verdicts: dict[Mutation, Verdict], known: list[Mutation], whole: bool
           f'Not counted: {counted[Outcome.INVALID]} that do not compile, {counted[Outcome.SAME]} that the compiler '
           f'turns into the same program.\n{survived} survivors, {len(unexplained)} kinds of them without reason; '
           f'{len(stale)} stale reasons')
-    return 1 if unexplained or stale or share < GOAL else 0
+    return 1 if unexplained or stale else 0
 
 
 def main() -> int:

@@ -245,9 +245,10 @@ SCENARIO(Registry, WorkerThreadThatCannotBeStarted_FailsTheOpen,
 
 SCENARIO(Registry, DeviceEventsThatCannotBeCreated_AreReportedInOneLine,
          "When a device's events cannot be created, one or both, standard error gets one line and open answers -233 "
-         "without hanging.") {
+         "without hanging and without a thread.") {
     const Device& speaker = sim.playback("Speaker");
     client.initialize();
+    const unsigned threads = sim.count("_beginthreadex");
     std::vector<std::string> lines;
     for (const auto& failing : std::vector<std::vector<unsigned>>{{1}, {2}, {1, 2}}) {
         sim.script().clear();
@@ -259,6 +260,7 @@ SCENARIO(Registry, DeviceEventsThatCannotBeCreated_AreReportedInOneLine,
         lines.emplace_back("Error int CreateEvent");
         expectErrorLines(lines);
     }
+    EXPECT_EQ(sim.count("_beginthreadex"), threads);
     EXPECT_EQ(client.open(speaker).result, 0);
     client.closeAndFinalize({&speaker});
 }

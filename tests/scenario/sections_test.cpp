@@ -1,5 +1,7 @@
-// Which sections guard what an export touches. A lock that is missing makes a race too rare to wait for.
+// Which sections guard what threads share. A lock that is missing makes a race too rare to wait for.
 #include "scenario.h"
+
+#include <map>
 
 namespace scenario {
 namespace {
@@ -48,9 +50,9 @@ SCENARIO(Sections, EachExport_EntersThoseOfWhatItTouches,
     client.closeAndFinalize({&microphone});
 }
 
-SCENARIO(Sections, EchoReferenceIsGivenUp_InsideItsSectionOnly,
-         "As long as the client that gives an echo reference up, or closes its device, has to wait for the section, "
-         "blocks come with the reference.") {
+SCENARIO(Sections, EchoReferenceComesAndGoes_InsideTheSectionOnly,
+         "As long as the client has to wait for the section, an echo reference that it gives up, or whose device it "
+         "closes, still comes with every block, and one that it asks for comes with none.") {
     const Device& speaker = sim.playback("Speaker");
     const Device& microphone = sim.capture("Microphone");
     client.initialize();
@@ -65,21 +67,54 @@ SCENARIO(Sections, EchoReferenceIsGivenUp_InsideItsSectionOnly,
         return std::vector<CapturedBlock>(client.captured.begin() + static_cast<std::ptrdiff_t>(before),
                                           client.captured.end());
     };
-    const auto expectReferences = [](const std::vector<CapturedBlock>& blocks) {
+    const auto expectReferences = [](const std::vector<CapturedBlock>& blocks, bool expected) {
         EXPECT_GE(blocks.size(), 4u);
         for (const CapturedBlock& block : blocks)
-            EXPECT_TRUE(block.hasEcho) << block.time;
+            EXPECT_EQ(block.hasEcho, expected) << block.time;
     };
 
     client.associate(microphone, speaker);
     sim.advance(505);
     sim.on("EnterCriticalSection").of(echo).onCall(1).takes(100);
-    expectReferences(blocksWhile([&] { client.dissociate(microphone); }));
-    EXPECT_FALSE(blocksWhile([&] { sim.advance(50); }).front().hasEcho);
+    expectReferences(blocksWhile([&] { client.dissociate(microphone); }), true);
+    expectReferences(blocksWhile([&] { sim.advance(100); }), false);
 
-    client.associate(microphone, speaker);
-    sim.advance(505);
+    sim.on("EnterCriticalSection").of(echo).onCall(1).takes(100);
+    expectReferences(blocksWhile([&] { client.associate(microphone, speaker); }), false);
+    expectReferences(blocksWhile([&] { sim.advance(100); }), true);
+
     sim.on("EnterCriticalSection").of(playbackDevices).onCall(2).takes(100); // after the look for the device
-    expectReferences(blocksWhile([&] { client.close(speaker); }));
+    expectReferences(blocksWhile([&] { client.close(speaker); }), true);
     client.closeAndFinalize({&microphone});
+}
+
+SCENARIO(
+    Sections, OtherThreads_EnterThemAsOften,
+    "A worker takes its device's section for open, for start and at its end, and that of the played blocks for "
+    "each of them; a capture device takes for each block those of the echo reference, of the open devices and of "
+    "the played blocks; the monitor takes its own at every step.") {
+    const Device& speaker = sim.playback("Speaker");
+    const Device& microphone = sim.capture("Microphone");
+    client.initialize();
+    for (const Device* device : {&speaker, &microphone}) {
+        client.open(*device);
+        client.start(*device);
+    }
+    client.associate(microphone, speaker);
+    sim.advance(500);
+    client.stop(speaker);
+    client.stop(microphone);
+    sim.advance(1000); // past a wake of the monitor that is not due for a rescan
+    std::map<std::string, std::size_t> times;
+    for (const CallRecord& call : sim.calls("EnterCriticalSection"))
+        ++times[call.thread + " " + call.subject];
+
+    const std::string monitor = "thread1 ", playback = "thread2 ", capture = "thread3 ";
+    EXPECT_EQ(times[monitor + "S4"], 4u); // at its begin, twice around the reset of its event, for closed devices
+    EXPECT_EQ(times[playback + "S5"], 3u);
+    EXPECT_EQ(times[playback + "S6"], client.requests.size());
+    EXPECT_EQ(times[capture + "S7"], 3u);
+    for (const char* section : {"S8", "S1", "S6"})
+        EXPECT_EQ(times[capture + section], client.captured.size()) << section;
+    client.closeAndFinalize({&speaker, &microphone});
 }

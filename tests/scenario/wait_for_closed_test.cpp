@@ -89,3 +89,24 @@ SCENARIO(WaitForClosed, InsideANotification_ClosesOnTheMonitorThread,
     EXPECT_EQ(sim.count("Secondary.Stop"), 1u);
     client.finalize();
 }
+
+SCENARIO(WaitForClosed, DeviceTakesLongToStop_OtherExportsDoNotWait,
+         "While a closed device takes its time to stop, devices are listed and others closed without delay.") {
+    const Device& speaker = sim.playback("Speaker");
+    const Device& microphone = sim.capture("Microphone");
+    client.initialize();
+    for (const Device* device : {&speaker, &microphone}) {
+        client.open(*device);
+        client.start(*device);
+    }
+    sim.on("Secondary.Stop").takes(500);
+    const double before = sim.now();
+    EXPECT_EQ(client.close(speaker), 0);
+    sim.advance(10);
+    EXPECT_EQ(client.list(Direction::playback).size(), 1u);
+    EXPECT_EQ(client.close(microphone), 0);
+    EXPECT_LT(sim.now() - before, 20);
+    EXPECT_EQ(client.waitForClosed(), 0);
+    EXPECT_GE(sim.now() - before, 500);
+    client.finalize();
+}
