@@ -27,7 +27,7 @@ public:
             return false;
         }
     }
-    [[noreturn]] void refuse() const { throw *m_error; }
+    [[noreturn]] void refuse() const { throw SelectionError(m_error->what()); }
 
     void collect(DeviceDirection direction, bool all, std::vector<PickedDevice>& picked) const {
         for (const DeviceEntry& entry : m_devices)
