@@ -40,7 +40,7 @@ std::string_view verdictMember(Verdict verdict) {
 
 } // namespace
 
-DoctorExamination::Result DoctorExamination::examine(const DoctorCheck& check) {
+DoctorExamination::Result DoctorExamination::examine(const DoctorCheck& check, Json& found) {
     Result result;
     result.title = check.title;
     result.note = check.reason;
@@ -50,7 +50,7 @@ DoctorExamination::Result DoctorExamination::examine(const DoctorCheck& check) {
     const InnerRun inner = runInner(m_context, check.arguments);
     const Json whole = inner.document->json(inner.code);
     if (whole.contains(result.command))
-        result.found = whole[result.command];
+        found = whole[result.command];
     for (const Json& finding : whole["findings"])
         result.findings.push_back(finding.get<std::string>());
     result.code = inner.code;
@@ -60,21 +60,23 @@ DoctorExamination::Result DoctorExamination::examine(const DoctorCheck& check) {
     if (interrupted && result.verdict == Verdict::passed) // it has not seen all of it
         result.verdict = Verdict::nothingChecked;
     if (result.command == "record" && result.verdict == Verdict::passed)
-        result.found["peak_db"] = std::round(peakOf(check.arguments[1]) * 10) / 10;
-    result.note = doctorNote(result.command, result.verdict, result.found);
+        found["peak_db"] = std::round(peakOf(check.arguments[1]) * 10) / 10;
+    result.note = doctorNote(result.command, result.verdict, found);
     result.details = detailsOf(*inner.document);
     return result;
 }
 
 Json DoctorExamination::perform(const std::vector<DoctorCheck>& checks) {
+    Json last;
     for (const DoctorCheck& check : checks) {
         m_interrupted = m_interrupted || m_context.interrupt.requested();
         if (m_interrupted)
             return nullptr;
         m_context.console.progress(check.title + " ...");
         Result result;
+        Json found;
         const ExitCode code = runGuarded(m_context, [&] { // what goes wrong outside of the command itself
-            result = examine(check);
+            result = examine(check, found);
             return ExitCode::done;
         });
         if (code != ExitCode::done) {
@@ -83,10 +85,17 @@ Json DoctorExamination::perform(const std::vector<DoctorCheck>& checks) {
             result.code = code;
         }
         tell(result);
+        m_json.push_back({{"check", result.title},
+                          {"command", result.command.empty() ? Json(nullptr) : Json(result.command)},
+                          {"verdict", verdictMember(result.verdict)},
+                          {"note", result.note},
+                          {"findings", result.findings},
+                          {"found", found}});
         m_results.push_back(std::move(result));
         updateReport();
+        last = std::move(found);
     }
-    return m_results.empty() ? Json(nullptr) : m_results.back().found;
+    return last;
 }
 
 void DoctorExamination::tell(const Result& result) {
@@ -101,18 +110,6 @@ void DoctorExamination::tell(const Result& result) {
 std::size_t DoctorExamination::count(Verdict verdict) const {
     return static_cast<std::size_t>(std::count_if(
         m_results.begin(), m_results.end(), [verdict](const Result& result) { return result.verdict == verdict; }));
-}
-
-Json DoctorExamination::json() const {
-    Json checks = Json::array();
-    for (const Result& result : m_results)
-        checks.push_back({{"check", result.title},
-                          {"command", result.command.empty() ? Json(nullptr) : Json(result.command)},
-                          {"verdict", verdictMember(result.verdict)},
-                          {"note", result.note},
-                          {"findings", result.findings},
-                          {"found", result.found}});
-    return {{"checks", std::move(checks)}};
 }
 
 void DoctorExamination::updateReport() {

@@ -25,7 +25,7 @@ public:
     std::size_t count(Verdict verdict) const;
     bool interrupted() const { return m_interrupted; }
     /** Everything so far, for the document. */
-    Json json() const;
+    Json json() const { return {{"checks", m_json}}; }
     /** Throws Failure when no device was judged: that is no success. */
     ExitCode exitCode() const;
 
@@ -37,18 +37,19 @@ private:
         ExitCode code = ExitCode::nothingChecked;
         std::string note;
         std::vector<std::string> findings;
-        Json found; ///< null: nothing
         PageSection details;
     };
 
     bool judgedDevices() const;
-    Result examine(const DoctorCheck& check);
+    /** @param found what the command found; stays null when it found nothing */
+    Result examine(const DoctorCheck& check, Json& found);
     void tell(const Result& result);
     void updateReport();
 
     const RunContext& m_context;
     Checks m_checks;
     std::vector<Result> m_results;
+    Json m_json = Json::array(); ///< the same for the document
     bool m_interrupted = false;
 };
 

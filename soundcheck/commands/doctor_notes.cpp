@@ -43,7 +43,8 @@ constexpr std::array<Note, 8> kNotes = {
 
 /** What Wine's driver provokes: the event of a stream that was just closed wakes a device that is being opened. */
 bool isLateEvent(const Json& failure) {
-    return failure.contains("code") && (failure["code"] == -232 || failure["code"] == -233);
+    const int code = failure.value("code", 0);
+    return code == -232 || code == -233;
 }
 
 } // namespace

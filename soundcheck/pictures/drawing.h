@@ -55,10 +55,13 @@ private:
 std::string moveTo(double x, double y);
 std::string lineTo(double x, double y);
 
+/** What half of an axis' number takes beside the area, in the large letters of a phone. */
+inline constexpr double kSideMargin = 22;
+
 /** Where a chart draws its data: inside the margins for the labels of its axes. */
 struct PlotArea {
     double left = 62;
-    double right = kPictureWidth - 14;
+    double right = kPictureWidth - kSideMargin;
     double top = kLineHeight;
     double bottom = 0;
 };

@@ -80,7 +80,7 @@ std::string timelinePicture(std::span<const TimelineRow> rows, std::span<const T
     Drawing drawing(markRow + static_cast<double>(used) * (kLineHeight + kBarHeight + 4) + kAxisHeight + 4,
                     "Timeline of the blocks over " + fixedDecimals(range.last - range.first, 1) + " seconds");
     PlotArea area;
-    area.left = 14;
+    area.left = kSideMargin;
     area.bottom = 0;
     if (!marks.empty()) {
         area.top = kLineHeight;

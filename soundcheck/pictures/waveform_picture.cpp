@@ -74,7 +74,7 @@ std::string waveformPicture(std::span<const WaveTrack> tracks) {
     Drawing drawing(static_cast<double>(rows) * (kRowHeight + kLineHeight) + kAxisHeight,
                     "Waveforms over " + fixedDecimals(last - first, 1) + " seconds");
     PlotArea area;
-    area.left = 14;
+    area.left = kSideMargin;
     area.bottom = 0;
     for (const WaveTrack& track : tracks) {
         if (track.columns.empty())

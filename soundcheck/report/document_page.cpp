@@ -12,6 +12,7 @@ namespace {
 
 /** Longer lists are for machines, and for pictures. */
 constexpr std::size_t kMostRows = 100;
+constexpr std::size_t kMostValues = 12;
 
 std::string valueText(const Json& value) {
     if (value.is_null())
@@ -20,6 +21,8 @@ std::string valueText(const Json& value) {
         return value.get<bool>() ? "yes" : "no";
     if (value.is_string())
         return value.get<std::string>();
+    if (value.is_array() && value.size() > kMostValues)
+        return std::to_string(value.size()) + " values";
     if (value.is_array() || value.is_object()) {
         std::string text;
         for (const auto& [name, item] : value.items())
@@ -124,10 +127,12 @@ std::vector<PageTable> tablesOf(const std::string& caption, const Json& section)
     std::vector<PageTable> others;
     for (const auto& [name, value] : section.items()) {
         const std::string spoken = spokenName(name);
+        std::string inner = caption;
+        inner.append(": ").append(spoken);
         if (isListOfObjects(value))
-            others.push_back(tableOf(caption + ": " + spoken, value));
+            others.push_back(tableOf(std::move(inner), value));
         else if (value.is_object())
-            for (PageTable& table : tablesOf(caption + ": " + spoken, value))
+            for (PageTable& table : tablesOf(inner, value))
                 others.push_back(std::move(table));
         else
             plain.rows.push_back({spoken, valueText(value)});

@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::size_t kShortWord = 16; ///< letters; fits into half a phone's width
 
+constexpr std::size_t kMostColumnsAtADesk = 7;
+
 bool isBlank(char letter) {
     return letter == ' ' || letter == '\n' || letter == '\t';
 }
@@ -86,9 +88,13 @@ std::string pictureHtml(const PagePicture& picture) {
 std::string tableHtml(const PageTable& table) {
     if (table.rows.empty())
         return {};
-    const bool pairs = table.head.size() <= 2; // narrow enough for a phone as they are
-    std::string html = std::string("<table class=\"") + (pairs ? "pairs" : "cards") + "\">\n" +
-                       element("caption", table.caption) + "<thead><tr>";
+    const bool pairs = table.head.size() <= 2;                 // narrow enough for a phone as they are
+    const bool wide = table.head.size() > kMostColumnsAtADesk; // too wide for any reader
+    std::string html = std::string("<table class=\"") +
+                       (pairs  ? "pairs"
+                        : wide ? "cards always"
+                               : "cards") +
+                       "\">\n" + element("caption", table.caption) + "<thead><tr>";
     for (const std::string& name : table.head)
         html += element("th", name, " scope=\"col\"");
     html += "</tr></thead>\n<tbody>\n";

@@ -61,6 +61,13 @@ td { font-variant-numeric: tabular-nums; }
 .log span { color: var(--faint); }
 .log .error { border-color: var(--bad); }
 .log .warning { border-color: var(--warn); }
+.always thead { display: none; }
+.always, .always caption, .always tbody, .always tr, .always th, .always td { display: block; }
+.always tr { border-bottom: 1px solid var(--rule); padding: .4rem 0; }
+.always th, .always td { border: 0; padding: .1rem 0; }
+.always tbody th { font-weight: 600; }
+.always td { display: flex; gap: 1rem; }
+.always td::before { content: attr(data-name); color: var(--faint); flex: 0 0 40%; }
 @media (max-width: 34rem) {
   main { padding: .7rem; }
   h1 { font-size: 1.6rem; }

@@ -87,7 +87,7 @@ TEST(Waveforms, SameTime_LiesAtTheSamePlace) {
     const std::string svg = waveformPicture(std::vector<WaveTrack>{track("early", 100, 0.5), late}); // to 1.98 s
     const std::size_t first = svg.find("class=\"wave\"");
     const std::size_t second = svg.rfind("class=\"wave\"");
-    EXPECT_TRUE(contains(svg.substr(svg.rfind("<path", first), 40), "M14.0 ")) << "begins at the left";
+    EXPECT_TRUE(contains(svg.substr(svg.rfind("<path", first), 40), "M22.0 ")) << "begins at the left";
     EXPECT_TRUE(contains(svg.substr(svg.rfind("<path", second), 40), "M283.0 ")) << "begins in the middle";
 }
 
@@ -97,7 +97,7 @@ TEST(Waveforms, LongSignal_MakesASmallPicture) {
 
 TEST(Waveforms, FaintNoise_IsNotStretched) {
     const std::string svg = waveformPicture(std::vector<WaveTrack>{track("noise", 10, 1e-5)});
-    EXPECT_TRUE(contains(svg, "M14.0 54.")) << svg; // the middle of the row of 70 below 20: 55
+    EXPECT_TRUE(contains(svg, "M22.0 54.")) << svg; // the middle of the row of 70 below 20: 55
 }
 
 TEST(Intervals, Bars_StandWhereTheirIntervalsAre) {

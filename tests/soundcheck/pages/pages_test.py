@@ -56,7 +56,7 @@ def contrast(paper, ink):
 
 
 class Pages(unittest.TestCase):
-    PICTURES = {"passed.html": 4, "failed.html": 4, "hostile.html": 4, "nothing.html": 0}
+    PICTURES = {"passed.html": 5, "failed.html": 5, "hostile.html": 5, "nothing.html": 0}
     VERDICTS = {"passed.html": "Passed", "failed.html": "Failed", "hostile.html": "Failed",
                 "nothing.html": "Nothing checked"}
 

@@ -47,6 +47,8 @@ std::vector<PagePicture> allPictures(const std::string& device) {
             {"Time between two callbacks.", intervalPicture(intervals)},
             {"Lag of the microphone behind the echo reference.", lagPicture(lag)},
             {"When blocks came.", timelinePicture(rows, marks)},
+            {"An excerpt: numbers with decimals at both ends.",
+             waveformPicture(std::vector<WaveTrack>{{"excerpt", {{0, -0.5, 0.5}, {0.1, -0.4, 0.4}}}})},
             {"Of a device that was only opened.", lagPicture({})}};
 }
 
@@ -72,6 +74,12 @@ Page page(Verdict verdict, const std::string& device) {
           {"Environment",
            {"what", "value"},
            {{"Windows", "10.0.19045"}, {"device", kIdentifier}, {"plug-in", "C:\\Program Files\\x\\plugin.dll"}}}}}};
+    PageTable wide{"A table with more columns than any reader's screen has room for", {}, {{}}};
+    for (int i = 1; i <= 17; ++i) {
+        wide.head.push_back("longest burst " + std::to_string(i));
+        wide.rows[0].push_back(std::to_string(i * 1000));
+    }
+    result.sections.back().tables.push_back(std::move(wide));
     result.log = {{"0.010 s", 3, std::string("Device opened [") + kIdentifier + "]"},
                   {"7.700 s", 1, "DSERR_BUFFERLOST 0x88780096 " + std::string(300, 'x')},
                   {"7.800 s", 2, kHostile}};
