@@ -9,6 +9,8 @@ namespace {
 constexpr std::uintptr_t kFirstHandle = 0x7A000000;
 constexpr std::uintptr_t kHandleStep = 16;
 
+constexpr unsigned kTriesBeforeOthersRun = 2;
+
 } // namespace
 
 Kernel::Kernel(Scheduler& scheduler, Ledger& ledger, Findings& findings)
@@ -191,8 +193,14 @@ bool Kernel::tryEnter(CRITICAL_SECTION* section) {
         return false;
     Section& state = known->second;
     ThreadState* self = Scheduler::current();
-    if (state.owner && state.owner != self)
+    if (state.owner && state.owner != self) {
+        // Who tries again and again cannot keep the owner from leaving: that one runs on another processor, or the
+        // system comes to its help.
+        if (++self->triesInVain >= kTriesBeforeOthersRun)
+            m_Scheduler.yield();
         return false;
+    }
+    self->triesInVain = 0;
     if (!state.owner) {
         state.owner = self;
         state.takenAs = ++m_Takes;

@@ -41,6 +41,7 @@ struct ThreadState {
     std::function<bool()> canBeTaken; // a wait for something that whoever comes first gets, e.g. a section
     std::uint64_t order = 0;          // since when it can run or waits, as a counter
     unsigned pointsWithoutWait = 0;
+    unsigned triesInVain = 0; // of a section, one after the other
     int priority = 0;
     std::function<void()> body;
     HANDLE real = nullptr;
@@ -90,6 +91,8 @@ public:
     // Waits until wake(), or until canBeTaken, or until the deadline. False: the deadline came first.
     bool wait(Nanoseconds deadline, std::function<bool()> canBeTaken = {});
     void wake(ThreadState& thread);
+    // Lets everybody else who can run go first.
+    void yield();
     // The calling thread does nothing for so long, exactly.
     void spend(Nanoseconds time);
 
