@@ -12,8 +12,10 @@ namespace soundcheck {
 enum class ExitCode : int {
     done = 0,           ///< everything went well
     checkFailed = 1,    ///< it ran, but something that was checked is wrong
-    usage = 2,          ///< the command line names something that cannot be used
-    backendFailed = 3,  ///< the plug-in, or its loading, failed
+    usage = 2,          ///< the command line is wrong
+    backendFailed = 3,  ///< the plug-in, or its loading, failed; or a call into it hangs
+    fileFailed = 4,     ///< a file cannot be read or written
+    noSuchDevice = 5,   ///< the device that was asked for is not there, or more than one fits
     nothingChecked = 77 ///< there is no device, or Ctrl-C came too early: nothing was checked
 };
 

@@ -26,6 +26,8 @@ struct DeviceFormat {
     std::uint32_t sampleRate = 0;
     std::uint32_t channelMask = 0;
 
+    bool operator==(const DeviceFormat&) const = default;
+
     std::uint32_t framesPerBlock() const { return sampleRate / kBlocksPerSecond; }
     std::size_t bytesPerFrame() const { return std::size_t{channels} * bitsPerSample / 8; }
     std::size_t bytesPerBlock() const { return framesPerBlock() * bytesPerFrame(); }

@@ -2,13 +2,14 @@
 
 namespace soundcheck {
 
-void Checks::expect(bool condition, std::string_view sentence) {
+void Checks::expect(bool condition, std::string_view sentence, ExitCode otherwise) {
     if (!condition)
-        fail(sentence);
+        fail(sentence, otherwise);
 }
 
-void Checks::fail(std::string_view sentence) {
-    m_failed = true;
+void Checks::fail(std::string_view sentence, ExitCode code) {
+    if (!failed())
+        m_exitCode = code;
     tellFinding(m_context, sentence);
 }
 

@@ -11,18 +11,18 @@
 
 namespace soundcheck {
 
-/** Collects what is wrong; each finding is told at once. */
+/** Collects what is wrong; each finding is told at once. The first one gives the exit code. */
 class Checks {
 public:
     explicit Checks(const RunContext& context) : m_context(context) {}
-    void expect(bool condition, std::string_view sentence);
-    void fail(std::string_view sentence);
-    bool failed() const { return m_failed; }
-    ExitCode exitCode() const { return m_failed ? ExitCode::checkFailed : ExitCode::done; }
+    void expect(bool condition, std::string_view sentence, ExitCode otherwise = ExitCode::checkFailed);
+    void fail(std::string_view sentence, ExitCode code = ExitCode::checkFailed);
+    bool failed() const { return m_exitCode != ExitCode::done; }
+    ExitCode exitCode() const { return m_exitCode; }
 
 private:
     const RunContext& m_context;
-    bool m_failed = false;
+    ExitCode m_exitCode = ExitCode::done;
 };
 
 } // namespace soundcheck

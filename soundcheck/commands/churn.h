@@ -17,6 +17,7 @@ class ChurnCommand final : public Command {
 public:
     std::string name() const override { return "churn"; }
     std::string description() const override;
+    std::string example() const override { return "churn --seconds 60 --seed 7"; }
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
 

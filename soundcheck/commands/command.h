@@ -26,6 +26,8 @@ public:
 
     virtual std::string name() const = 0;
     virtual std::string description() const = 0;
+    /** A command line for the help, without the program's name. */
+    virtual std::string example() const = 0;
     /** Adds the command's own options; what they write to belongs to the command. */
     virtual void addOptions(CLI::App& app) = 0;
     /** Runs with the parsed options. Any exception is told as one sentence and gives an exit code. */

@@ -49,7 +49,7 @@ WavFormat wavFormatOf(const DeviceFormat& format) {
 }
 
 void checkRecording(Checks& checks, const CaptureStream& stream) {
-    checks.expect(stream.failure().empty(), stream.failure());
+    checks.expect(stream.failure().empty(), stream.failure(), ExitCode::fileFailed);
     checks.expect(stream.droppedBlocks() == 0,
                   std::to_string(stream.droppedBlocks()) + " captured block(s) could not be written.");
 }

@@ -17,6 +17,7 @@ class DoctorCommand final : public Command {
 public:
     std::string name() const override { return "doctor"; }
     std::string description() const override;
+    std::string example() const override { return "doctor --report ticket.html"; }
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
 

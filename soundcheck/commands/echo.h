@@ -19,6 +19,9 @@ class EchoCommand final : public Command {
 public:
     std::string name() const override { return "echo"; }
     std::string description() const override;
+    std::string example() const override {
+        return "echo --device-playback Speaker --device-capture \"Monitor of Speaker\"";
+    }
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
 

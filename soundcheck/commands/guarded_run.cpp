@@ -37,9 +37,9 @@ ExitCode runGuarded(const RunContext& context, const std::function<ExitCode()>& 
     } catch (const LibraryError& error) {
         return tell(context, ExitCode::backendFailed, error.what());
     } catch (const SelectionError& error) {
-        return tell(context, ExitCode::usage, error.what());
+        return tell(context, ExitCode::noSuchDevice, error.what());
     } catch (const AudioFileError& error) {
-        return tell(context, ExitCode::usage, error.what());
+        return tell(context, ExitCode::fileFailed, error.what());
     } catch (const std::exception& error) { // memory or threads ran out
         return tell(context, ExitCode::checkFailed, std::string("The system failed: ") + error.what() + ".");
     }

@@ -12,6 +12,7 @@ class InfoCommand final : public Command {
 public:
     std::string name() const override { return "info"; }
     std::string description() const override;
+    std::string example() const override { return "info"; }
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
 };

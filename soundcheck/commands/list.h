@@ -13,6 +13,7 @@ class ListCommand final : public Command {
 public:
     std::string name() const override { return "list"; }
     std::string description() const override;
+    std::string example() const override { return "list --formats"; }
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
 

@@ -13,6 +13,9 @@ class LoopCommand final : public Command {
 public:
     std::string name() const override { return "loop"; }
     std::string description() const override;
+    std::string example() const override {
+        return "loop --device-playback Speaker --device-capture \"Monitor of Speaker\"";
+    }
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
 

@@ -2,6 +2,7 @@
 
 #include "audio/wav_reader.h"
 #include "commands/device_run.h"
+#include "commands/running_device.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
 #include "platform/text.h"
@@ -24,25 +25,26 @@ std::string PlayCommand::description() const {
 void PlayCommand::addOptions(CLI::App& app) {
     app.add_option("file", m_file, "The WAV file: PCM of 8, 16, 24, 32 bits or 32-bit float")->required();
     app.add_option("--device", m_device, kDeviceHelp);
+    app.add_flag("--reopen", m_reopen, kReopenHelp);
     app.add_option("--seconds", m_seconds, "Play no more than this")->check(CLI::Range(0.02, 1e6));
 }
 
 ExitCode PlayCommand::run(const RunContext& context) {
     WavReader reader(toPath(m_file)); // before the plug-in is loaded: a wrong name is told at once
     Session session(context);
-    const DeviceEntry entry = session.choose(ORVO_PLAYBACK, m_device);
-    const std::unique_ptr<Device> device = session.open(ORVO_PLAYBACK, entry);
-    const DeviceFormat& format = device->format();
-    requirePlayable(format, entry.name);
+    RunningDevice device(context, session, ORVO_PLAYBACK, session.choose(ORVO_PLAYBACK, m_device));
+    const DeviceFormat& format = device.format();
+    requirePlayable(format, device.name());
     PlaybackStream& stream = session.attach(
-        *device, std::make_unique<PlaybackStream>(ConvertedWav(std::move(reader), format.channels, format.sampleRate,
-                                                               framesIn(m_seconds, format.sampleRate)),
-                                                  format));
+        device.device(),
+        std::make_unique<PlaybackStream>(ConvertedWav(std::move(reader), format.channels, format.sampleRate,
+                                                      framesIn(m_seconds, format.sampleRate)),
+                                         format));
 
-    context.console.line("playing " + m_file + " on " + entry.name + ", " + formatText(format));
-    session.start(*device);
+    context.console.line("playing " + m_file + " on " + device.name() + ", " + formatText(format));
+    device.start();
     Supervision supervision(context);
-    supervision.watch(stream.clock(), entry.name);
+    supervision.watch(stream.clock(), device.name(), device.remedy(m_reopen));
     LevelDisplay level;
     const Ending ending =
         supervision.run([&] { return stream.drained(kBlocksUntilHeard); },
@@ -51,21 +53,22 @@ ExitCode PlayCommand::run(const RunContext& context) {
                             return timeText(stream.framesDelivered(), stream.framesTotal(), format.sampleRate) + " " +
                                    level.text(kMeterWidth);
                         });
-    session.shutDown(*device);
+    device.shutDown();
 
     tellSummary(context, name(),
                 Summary()
-                    .addQuoted("device", entry.name)
+                    .addQuoted("device", device.name())
                     .add("rate", std::uint64_t{format.sampleRate})
                     .add("channels", std::uint64_t{format.channels})
                     .add("blocks", stream.clock().blocks())
                     .add("frames", stream.framesDelivered())
                     .add("underruns", stream.underruns())
                     .add("longest_gap_ms", stream.clock().longestGapMilliseconds(), 1)
-                    .add("stalls", static_cast<std::uint64_t>(supervision.stalls())),
+                    .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
+                    .add("reopenings", static_cast<std::uint64_t>(device.reopenings())),
                 endingName(ending));
     Checks checks(context);
-    checks.expect(stream.failure().empty(), stream.failure());
+    checks.expect(stream.failure().empty(), stream.failure(), ExitCode::fileFailed);
     checks.expect(stream.underruns() == 0, "The file was not read fast enough; there are gaps in what was played.");
     checkRun(checks, session.log(), supervision, ending);
     return checks.exitCode();

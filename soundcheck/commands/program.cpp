@@ -68,15 +68,18 @@ ExitCode answerUsage(const CLI::App& app, const CLI::ParseError& error, Console&
 ExitCode runProgram(std::vector<std::string> arguments, Console& console, const Interrupt& interrupt) {
     CLI::App app("Tries a sound backend plug-in: lists its devices, plays, records, and checks what comes back.",
                  "soundcheck");
+    app.allow_windows_style_options(false); // a path may begin with a slash
     CommonOptions options;
     addCommonOptions(app, options);
     app.require_subcommand(1);
-    app.footer("Exit codes: 0 done, 1 a check failed, 2 wrong usage, 3 the plug-in failed, 77 no device.");
+    app.footer("Exit codes: 0 done, 1 a check failed, 2 wrong usage, 3 the plug-in failed, 4 a file cannot be used,\n"
+               "5 no such device, 77 nothing was checked. Each command has its own --help.");
 
     Command* chosen = nullptr;
     const CommandList commands = makeCommands();
     for (const auto& command : commands) {
         CLI::App* const subcommand = app.add_subcommand(command->name(), command->description());
+        subcommand->footer("Example:\n  soundcheck " + command->example());
         command->addOptions(*subcommand);
         subcommand->callback([&chosen, wanted = command.get()] { chosen = wanted; });
     }

@@ -2,6 +2,7 @@
 
 #include "audio/wav_writer.h"
 #include "commands/device_run.h"
+#include "commands/running_device.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
 #include "platform/text.h"
@@ -18,22 +19,22 @@ std::string RecordCommand::description() const {
 void RecordCommand::addOptions(CLI::App& app) {
     app.add_option("file", m_file, "The WAV file; it is replaced when it exists")->required();
     app.add_option("--device", m_device, kDeviceHelp);
+    app.add_flag("--reopen", m_reopen, kReopenHelp);
     app.add_option("--seconds", m_seconds, "Record this long; without it until Ctrl-C")->check(CLI::Range(0.02, 1e6));
 }
 
 ExitCode RecordCommand::run(const RunContext& context) {
     Session session(context);
-    const DeviceEntry entry = session.choose(ORVO_CAPTURE, m_device);
-    const std::unique_ptr<Device> device = session.open(ORVO_CAPTURE, entry);
-    const DeviceFormat& format = device->format();
-    CaptureStream& stream =
-        session.attach(*device, std::make_unique<CaptureStream>(WavWriter(toPath(m_file), wavFormatOf(format)),
-                                                                format, std::nullopt, blocksIn(m_seconds)));
+    RunningDevice device(context, session, ORVO_CAPTURE, session.choose(ORVO_CAPTURE, m_device));
+    const DeviceFormat& format = device.format();
+    CaptureStream& stream = session.attach(
+        device.device(), std::make_unique<CaptureStream>(WavWriter(toPath(m_file), wavFormatOf(format)), format,
+                                                         std::nullopt, blocksIn(m_seconds)));
 
-    context.console.line("recording " + entry.name + " to " + m_file + ", " + formatText(format));
-    session.start(*device);
+    context.console.line("recording " + device.name() + " to " + m_file + ", " + formatText(format));
+    device.start();
     Supervision supervision(context);
-    supervision.watch(stream.clock(), entry.name);
+    supervision.watch(stream.clock(), device.name(), device.remedy(m_reopen));
     LevelDisplay level;
     const Ending ending = supervision.run(
         [&] { return stream.complete() || stream.failed(); },
@@ -42,12 +43,12 @@ ExitCode RecordCommand::run(const RunContext& context) {
             return timeText(stream.framesWritten(), framesIn(m_seconds, format.sampleRate), format.sampleRate) + " " +
                    level.text(kMeterWidth);
         });
-    session.shutDown(*device);
+    device.shutDown();
     stream.finish();
 
     tellSummary(context, name(),
                 Summary()
-                    .addQuoted("device", entry.name)
+                    .addQuoted("device", device.name())
                     .add("rate", std::uint64_t{format.sampleRate})
                     .add("channels", std::uint64_t{format.channels})
                     .add("bits", std::uint64_t{format.bitsPerSample})
@@ -56,7 +57,8 @@ ExitCode RecordCommand::run(const RunContext& context) {
                     .add("dropped", stream.droppedBlocks())
                     .add("rate_percent", stream.clock().ratePercent(kBlockMilliseconds), 2)
                     .add("longest_gap_ms", stream.clock().longestGapMilliseconds(), 1)
-                    .add("stalls", static_cast<std::uint64_t>(supervision.stalls())),
+                    .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
+                    .add("reopenings", static_cast<std::uint64_t>(device.reopenings())),
                 stream.failed() ? "failed" : endingName(ending));
     Checks checks(context);
     checkRecording(checks, stream);

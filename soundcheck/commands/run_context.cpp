@@ -20,7 +20,7 @@ ExitCode deliverDocument(const RunContext& context, ExitCode code) {
         tellFinding(context, error.what());
         context.document.setEnded("failed");
         if (code == ExitCode::done || code == ExitCode::nothingChecked)
-            code = ExitCode::usage;
+            code = ExitCode::fileFailed;
     }
     if (context.options.json)
         context.console.document(context.document.text(code));

@@ -17,6 +17,7 @@ class SoakCommand final : public Command {
 public:
     std::string name() const override { return "soak"; }
     std::string description() const override;
+    std::string example() const override { return "soak --seconds 60 --max-late 5"; }
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
 

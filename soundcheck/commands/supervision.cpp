@@ -24,27 +24,39 @@ std::string_view endingName(Ending ending) {
     return "gave-up";
 }
 
-void Supervision::watch(const BlockClock& clock, std::string deviceName) {
-    m_watched.push_back({&clock, std::move(deviceName), StallWatch(StallWatch::Clock::now())});
+void Supervision::watch(const BlockClock& clock, std::string deviceName, Remedy remedy) {
+    m_watched.push_back({&clock, std::move(deviceName), StallWatch(StallWatch::Clock::now()), std::move(remedy)});
 }
 
 Ending Supervision::run(const std::function<bool()>& done, const std::function<std::string()>& progress) {
     while (!done()) {
         if (m_context.interrupt.waitFor(kLookEvery))
             return Ending::interrupted;
-        const auto now = StallWatch::Clock::now();
         for (Watched& watched : m_watched)
-            if (watched.stall.update(watched.clock->blocks(), now))
-                tellFinding(m_context, watched.name + (watched.clock->blocks() == 0
-                                                           ? " does not begin: no block yet."
-                                                           : " stands still: no block for more than a second."));
-        if (std::any_of(m_watched.begin(), m_watched.end(),
-                        [now](const Watched& watched) { return watched.stall.givenUp(now); }))
-            return Ending::gaveUp;
+            if (!look(watched))
+                return m_context.interrupt.requested() ? Ending::interrupted : Ending::gaveUp;
         if (m_context.console.isTerminal())
             m_context.console.progress(progress());
     }
     return Ending::complete;
+}
+
+bool Supervision::look(Watched& watched) {
+    const std::uint64_t blocks = watched.clock->blocks();
+    if (watched.stall.update(blocks, StallWatch::Clock::now())) {
+        tellFinding(
+            m_context,
+            watched.name +
+                (blocks == 0 ? " does not begin: no block yet." : " stands still: no block for more than a second.") +
+                (watched.remedy ? " It is closed and opened again."
+                                : " Closing and opening it again may help (--reopen of play, record and talk)."));
+        if (watched.remedy) {
+            if (!watched.remedy())
+                return false;
+            watched.stall.restart(StallWatch::Clock::now());
+        }
+    }
+    return !watched.stall.givenUp(StallWatch::Clock::now());
 }
 
 bool Supervision::allBegan() const {

@@ -24,8 +24,11 @@ class Supervision {
 public:
     explicit Supervision(const RunContext& context) : m_context(context) {}
 
-    /** Watches a running device; `clock` outlives this object. */
-    void watch(const BlockClock& clock, std::string deviceName);
+    /** What to do about a device that stands still. @return whether it runs again; otherwise the run is given up */
+    using Remedy = std::function<bool()>;
+
+    /** Watches a running device; `clock` outlives this object. Without a remedy a stall is only told. */
+    void watch(const BlockClock& clock, std::string deviceName, Remedy remedy = {});
 
     /**
      * @param done asked about twenty times a second
@@ -43,7 +46,11 @@ private:
         const BlockClock* clock;
         std::string name;
         StallWatch stall;
+        Remedy remedy;
     };
+
+    /** @return whether waiting on is of use */
+    bool look(Watched& watched);
 
     const RunContext& m_context;
     std::vector<Watched> m_watched;

@@ -3,6 +3,7 @@
 #include "audio/wav_reader.h"
 #include "commands/device_run.h"
 #include "commands/echo_association.h"
+#include "commands/running_device.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
 #include "platform/text.h"
@@ -18,7 +19,7 @@ namespace {
 constexpr std::uint64_t kBlocksBehindSpeech = kBlocksPerSecond * 3 / 2;
 
 void checkStreams(Checks& checks, const PlaybackStream& played, const CaptureStream& captured, Ending ending) {
-    checks.expect(played.failure().empty(), played.failure());
+    checks.expect(played.failure().empty(), played.failure(), ExitCode::fileFailed);
     checks.expect(played.underruns() == 0, "The speech was not read fast enough; there are gaps in what was played.");
     checks.expect(captured.blocksWithReference() > 0 || ending == Ending::interrupted,
                   "No echo reference came at all.");
@@ -37,6 +38,7 @@ void TalkCommand::addOptions(CLI::App& app) {
     app.add_option("--record-to", m_microphoneFile, "WAV file for what was captured")->required();
     app.add_option("--device-playback", m_playback, kDeviceHelp);
     app.add_option("--device-capture", m_capture, kDeviceHelp);
+    app.add_flag("--reopen", m_reopen, kReopenHelp);
     app.add_option("--seconds", m_seconds, "Play no more than this")->check(CLI::Range(0.02, 1e6));
 }
 
@@ -47,29 +49,31 @@ ExitCode TalkCommand::run(const RunContext& context) {
     const DeviceEntry speaker = session.choose(ORVO_PLAYBACK, m_playback);
     const DeviceEntry microphone = session.choose(ORVO_CAPTURE, m_capture);
 
-    const std::unique_ptr<Device> playback = session.open(ORVO_PLAYBACK, speaker);
-    const std::unique_ptr<Device> capture = session.open(ORVO_CAPTURE, microphone);
-    const DeviceFormat& out = playback->format();
-    const DeviceFormat& in = capture->format();
+    RunningDevice playback(context, session, ORVO_PLAYBACK, speaker);
+    RunningDevice capture(context, session, ORVO_CAPTURE, microphone);
+    const DeviceFormat& out = playback.format();
+    const DeviceFormat& in = capture.format();
     requirePlayable(out, speaker.name);
-    const EchoFormat echo = session.associateEcho(*capture, speaker.id);
+    const EchoFormat echo = session.associateEcho(capture.device(), speaker.id);
     checkEchoFormat(checks, echo, out);
 
     WavWriter microphoneFile(toPath(m_microphoneFile), wavFormatOf(in));
-    CaptureStream& captured = session.attach(
-        *capture, std::make_unique<CaptureStream>(std::move(microphoneFile), in, makeEchoOutput(m_echoFile, echo)));
+    CaptureStream& captured =
+        session.attach(capture.device(), std::make_unique<CaptureStream>(std::move(microphoneFile), in,
+                                                                         makeEchoOutput(m_echoFile, echo)));
     PlaybackStream& played = session.attach(
-        *playback,
+        playback.device(),
         std::make_unique<PlaybackStream>(
             ConvertedWav(std::move(reader), out.channels, out.sampleRate, framesIn(m_seconds, out.sampleRate)), out));
 
     context.console.line("playing " + m_speech + " on " + speaker.name + ", " + formatText(out));
     context.console.line("capturing " + microphone.name + ", " + formatText(in));
-    session.start(*playback);
-    session.start(*capture);
+    playback.start();
+    // An association belongs to one opening of the capture device.
+    capture.start([&](Device& reopened) { session.associateEcho(reopened, playback.id()); });
     Supervision supervision(context);
-    supervision.watch(played.clock(), speaker.name);
-    supervision.watch(captured.clock(), microphone.name);
+    supervision.watch(played.clock(), speaker.name, playback.remedy(m_reopen));
+    supervision.watch(captured.clock(), microphone.name, capture.remedy(m_reopen));
     LevelDisplay level;
     const Ending ending =
         supervision.run([&] { return played.drained(kBlocksBehindSpeech) || captured.failed(); },
@@ -78,8 +82,8 @@ ExitCode TalkCommand::run(const RunContext& context) {
                             return timeText(played.framesDelivered(), played.framesTotal(), out.sampleRate) +
                                    " captured " + level.text(kMeterWidth);
                         });
-    session.shutDown(*capture);
-    session.shutDown(*playback);
+    capture.shutDown();
+    playback.shutDown();
     captured.finish();
 
     const std::uint64_t withReference = captured.blocksWithReference();
@@ -100,7 +104,8 @@ ExitCode TalkCommand::run(const RunContext& context) {
                     .add("dropped", captured.droppedBlocks())
                     .add("rate_percent", captured.clock().ratePercent(kBlockMilliseconds), 2)
                     .add("longest_gap_ms", captured.clock().longestGapMilliseconds(), 1)
-                    .add("stalls", static_cast<std::uint64_t>(supervision.stalls())),
+                    .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
+                    .add("reopenings", static_cast<std::uint64_t>(playback.reopenings() + capture.reopenings())),
                 captured.failed() ? "failed" : endingName(ending));
     checkStreams(checks, played, captured, ending);
     checkRecording(checks, captured);

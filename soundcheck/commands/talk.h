@@ -12,6 +12,7 @@ class TalkCommand final : public Command {
 public:
     std::string name() const override { return "talk"; }
     std::string description() const override;
+    std::string example() const override { return "talk speech.wav --echo-to echo.wav --record-to microphone.wav"; }
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
 
@@ -21,6 +22,7 @@ private:
     std::string m_microphoneFile;
     std::string m_playback = "default";
     std::string m_capture = "default";
+    bool m_reopen = false;
     double m_seconds = 0; ///< of the speech; 0: all of it
 };
 

@@ -14,6 +14,7 @@ class WatchCommand final : public Command {
 public:
     std::string name() const override { return "watch"; }
     std::string description() const override;
+    std::string example() const override { return "watch --seconds 60"; }
     void addOptions(CLI::App& app) override;
     ExitCode run(const RunContext& context) override;
 

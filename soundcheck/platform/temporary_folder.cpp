@@ -16,7 +16,7 @@ TemporaryFolder::TemporaryFolder()
     std::error_code error;
     std::filesystem::create_directories(m_path, error);
     if (error)
-        throw Failure(ExitCode::usage, "The folder " + pathText(m_path) + " cannot be created.");
+        throw Failure(ExitCode::fileFailed, "The folder " + pathText(m_path) + " cannot be created.");
 }
 
 TemporaryFolder::~TemporaryFolder() {

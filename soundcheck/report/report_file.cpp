@@ -32,7 +32,7 @@ void ReportFile::write(std::string_view text) {
 }
 
 void ReportFile::fail(const std::string& what) const {
-    throw Failure(ExitCode::usage, m_name + ": " + what + ": " + systemErrorText(GetLastError()) + ".");
+    throw Failure(ExitCode::fileFailed, m_name + ": " + what + ": " + systemErrorText(GetLastError()) + ".");
 }
 
 } // namespace soundcheck

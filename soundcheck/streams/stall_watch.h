@@ -25,14 +25,22 @@ public:
     bool update(std::uint64_t blocks, Clock::time_point now) {
         if (blocks != m_blocks) {
             m_blocks = blocks;
+            m_begun = true;
             m_lastProgress = now;
             m_stalled = false;
         }
-        if (m_stalled || now - m_lastProgress <= (m_blocks == 0 ? kNotBegunAfter : kStalledAfter))
+        if (m_stalled || now - m_lastProgress <= (m_begun ? kStalledAfter : kNotBegunAfter))
             return false;
         m_stalled = true;
         ++m_stalls;
         return true;
+    }
+
+    /** The device was opened anew and begins once more. */
+    void restart(Clock::time_point now) {
+        m_lastProgress = now;
+        m_begun = false;
+        m_stalled = false;
     }
 
     /** Nothing has come for so long that waiting is of no use. */
@@ -45,6 +53,7 @@ public:
 private:
     Clock::time_point m_lastProgress;
     std::uint64_t m_blocks = 0;
+    bool m_begun = false;
     bool m_stalled = false;
     int m_stalls = 0;
 };

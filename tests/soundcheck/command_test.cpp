@@ -1,5 +1,6 @@
 // The commands, run in this process against the fake plug-in: exit codes, summaries, files, and the calling order.
 #include "command_run.h"
+#include "commands/command.h"
 
 #include <chrono>
 #include <thread>
@@ -26,6 +27,13 @@ TEST_F(Commands, Help_GivesZero) {
     EXPECT_EQ(runAsIs({"--help"}), 0);
     EXPECT_TRUE(said("record"));
     EXPECT_EQ(runAsIs({"play", "--help"}), 0);
+}
+
+TEST_F(Commands, Help_OfEveryCommand_EndsWithAnExample) {
+    for (const auto& command : makeCommands()) {
+        EXPECT_EQ(runAsIs({command->name(), "--help"}), 0);
+        EXPECT_TRUE(said("Example:\n  soundcheck " + command->name())) << output();
+    }
 }
 
 TEST_F(Commands, Library_MissingOrForeign_GivesThree) {
@@ -77,11 +85,11 @@ TEST_F(Commands, Play_SilenceFollows_UntilTheEndIsHeard) {
     EXPECT_GE(std::stoi(text.substr(place + 8)), 1 + 25);
 }
 
-TEST_F(Commands, Play_WrongFileOrDevice_GivesTwo) {
-    EXPECT_EQ(run({"play", path("missing.wav")}), 2);
-    EXPECT_EQ(run({"play", pathText(m_folder.path())}), 2);
-    EXPECT_EQ(run({"play", path("speech.wav"), "--device", "gramophone"}), 2);
-    EXPECT_EQ(run({"play", path("speech.wav"), "--device", "fake"}), 2);
+TEST_F(Commands, Play_WrongFileOrDevice_GivesFourOrFive) {
+    EXPECT_EQ(run({"play", path("missing.wav")}), 4);
+    EXPECT_EQ(run({"play", pathText(m_folder.path())}), 4);
+    EXPECT_EQ(run({"play", path("speech.wav"), "--device", "gramophone"}), 5);
+    EXPECT_EQ(run({"play", path("speech.wav"), "--device", "fake"}), 5);
     EXPECT_TRUE(said("more than one"));
     EXPECT_EQ(journal().find("open"), std::string::npos);
 }
@@ -151,8 +159,8 @@ TEST_F(Commands, Record_CtrlC_LeavesAReadableFileAndGivesZero) {
     EXPECT_GT(samplesOf(m_folder.file("x.wav")).size(), 1920U);
 }
 
-TEST_F(Commands, Record_UnwritableFile_GivesTwoAndClosesTheDevice) {
-    EXPECT_EQ(run({"record", path("missing/x.wav"), "--seconds", "1"}), 2);
+TEST_F(Commands, Record_UnwritableFile_GivesFourAndClosesTheDevice) {
+    EXPECT_EQ(run({"record", path("missing/x.wav"), "--seconds", "1"}), 4);
     EXPECT_EQ(journal(), "initialize open-2 close-2 wait finalize ");
 }
 
@@ -184,8 +192,8 @@ TEST_F(Commands, Talk_AnnouncedRateIsWrong_GivesOne) {
     EXPECT_TRUE(said("announced with 44100 Hz"));
 }
 
-TEST_F(Commands, Talk_BothFilesTheSame_GivesTwo) {
-    EXPECT_EQ(run({"talk", path("speech.wav"), "--echo-to", path("m.wav"), "--record-to", path("m.wav")}), 2);
+TEST_F(Commands, Talk_BothFilesTheSame_GivesFour) {
+    EXPECT_EQ(run({"talk", path("speech.wav"), "--echo-to", path("m.wav"), "--record-to", path("m.wav")}), 4);
 }
 
 } // namespace

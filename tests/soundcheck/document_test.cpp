@@ -123,8 +123,8 @@ TEST_F(JsonRun, Failures_HaveAFindingAndTheExitCode) {
     const std::vector<std::pair<int, std::vector<std::string>>> runs = {
         {2, {"sing"}},
         {2, {"play"}},
-        {2, {"play", path("missing.wav")}},
-        {2, {"play", path("speech.wav"), "--device", "gramophone"}},
+        {4, {"play", path("missing.wav")}},
+        {5, {"play", path("speech.wav"), "--device", "gramophone"}},
         {3, {"info", "--dll", path("missing.dll")}}};
     for (auto [code, arguments] : runs) {
         arguments.emplace_back("--json");

@@ -27,6 +27,7 @@ constexpr std::uint32_t kRate = 48000;
 constexpr std::int32_t kFrames = kRate / 50;
 constexpr auto kBlockTime = std::chrono::milliseconds(2);
 constexpr auto kSlowBlockTime = std::chrono::milliseconds(50);
+constexpr std::int16_t kClipped = 32767;
 constexpr int kBlocksBeforeFreeze = 10;
 constexpr std::size_t kEchoLagBlocks = 8;
 
@@ -51,11 +52,22 @@ bool asked(const std::string& word) {
     return (" " + variable("FAKE_BACKEND") + " ").find(" " + word + " ") != std::string::npos;
 }
 
+void hangIfAsked(const std::string& word) {
+    while (asked(word))
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+}
+
+void takeTimeIfAsked() {
+    if (asked("slow-calls"))
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+}
+
 struct FakeDevice {
     DeviceDirection direction;
     std::string id;
     std::uint32_t contextId;
     std::size_t echoed = 0; ///< samples of what was played that a microphone has heard
+    int opening = 1;        ///< of this device
     std::atomic<bool> stopping = false;
     std::thread worker;
 };
@@ -90,6 +102,7 @@ struct DirectSoundBackend {
     BackendCallbacks callbacks{};
     std::map<std::string, std::unique_ptr<FakeDevice>> open; ///< by direction and identifier
     std::vector<std::unique_ptr<FakeDevice>> closed;
+    std::map<std::string, int> openings; ///< by direction and identifier
     std::mutex dsp;
     std::uint32_t associations = 0;
     FakeCable cable{asked};
@@ -147,9 +160,9 @@ void echoBlock(DirectSoundBackend& backend, FakeDevice& device) {
                                          asked("reference-late") ? &block : &echo);
 }
 
-/** Every sample of the nth block is n, every sample of its reference is -n. */
+/** Every sample of the nth block is n (a loud one: clipped), every sample of its reference is -n. */
 void captureBlock(DirectSoundBackend& backend, const FakeDevice& device, std::int16_t number) {
-    std::vector<std::int16_t> samples(kFrames * kChannels, number);
+    std::vector<std::int16_t> samples(kFrames * kChannels, asked("loud") ? kClipped : number);
     const std::lock_guard lock(backend.dsp);
     if (asked("loopback") && !backend.cable.take(samples, backend.playing != 0))
         return;
@@ -163,11 +176,12 @@ void captureBlock(DirectSoundBackend& backend, const FakeDevice& device, std::in
 }
 
 void work(DirectSoundBackend& backend, FakeDevice& device) {
+    const bool freezes = asked("freeze") || (asked("freeze-once") && device.opening == 1);
     const int playing = device.direction == ORVO_PLAYBACK ? 1 : 0;
     backend.playing += playing;
     for (int number = 1; !device.stopping; ++number) {
         std::this_thread::sleep_for(asked("slow") ? kSlowBlockTime : kBlockTime);
-        if (asked("silent") || (asked("freeze") && number > kBlocksBeforeFreeze))
+        if (asked("silent") || (freezes && number > kBlocksBeforeFreeze))
             continue;
         if (device.direction == ORVO_PLAYBACK)
             playBlock(backend, device);
@@ -218,6 +232,7 @@ FAKE_EXPORT BackendResult orvosoundbackend_isSupported() {
 
 FAKE_EXPORT BackendResult orvosoundbackend_initialize(DirectSoundBackend** out, const BackendCallbacks* callbacks) {
     note("initialize");
+    takeTimeIfAsked();
     if (asked("initialize-fails")) {
         *out = nullptr;
         return ORVO_BACKEND_UNUSABLE;
@@ -271,6 +286,12 @@ FAKE_EXPORT BackendResult orvosoundbackend_openDevice(DirectSoundBackend* backen
                                                       std::uint32_t* channels, std::uint32_t* bits,
                                                       std::uint32_t* rate, std::uint32_t* mask) {
     note("open-" + std::to_string(direction));
+    takeTimeIfAsked();
+    const int opening = ++backend->openings[key(direction, id)];
+    if (opening == 2 && asked("second-open-fails"))
+        return ORVO_DIRECTSOUNDCREATE8;
+    if (opening > 1 && asked("reopen-fails"))
+        return ORVO_DIRECTSOUNDCREATE8;
     if (asked("open-fails") || (asked("capture-open-fails") && direction == ORVO_CAPTURE))
         return ORVO_DIRECTSOUNDCREATE8;
     if (asked("flaky-open") && ++backend->opens % 5 == 0)
@@ -288,6 +309,7 @@ FAKE_EXPORT BackendResult orvosoundbackend_openDevice(DirectSoundBackend* backen
     device->direction = direction;
     device->id = id;
     device->contextId = contextId;
+    device->opening = opening;
     backend->open[key(direction, id)] = std::move(device);
     return ORVO_OK;
 }
@@ -313,6 +335,7 @@ FAKE_EXPORT BackendResult orvosoundbackend_startDevice(DirectSoundBackend* backe
 FAKE_EXPORT BackendResult orvosoundbackend_stopDevice(DirectSoundBackend* backend, DeviceDirection direction,
                                                       const char* id, std::uint32_t) {
     note("stop-" + std::to_string(direction));
+    hangIfAsked("stop-hangs");
     if (asked("stop-fails"))
         return ORVO_OS_ERROR;
     return find(backend, direction, id) != nullptr ? ORVO_OK : ORVO_DEVICE_NOT_OPEN; // a block or two may still come
@@ -321,8 +344,7 @@ FAKE_EXPORT BackendResult orvosoundbackend_stopDevice(DirectSoundBackend* backen
 FAKE_EXPORT BackendResult orvosoundbackend_closeDevice(DirectSoundBackend* backend, DeviceDirection direction,
                                                        const char* id, std::uint32_t) {
     note("close-" + std::to_string(direction));
-    while (asked("close-hangs"))
-        std::this_thread::sleep_for(std::chrono::seconds(1));
+    hangIfAsked("close-hangs");
     const auto found = backend->open.find(key(direction, id));
     if (found == backend->open.end())
         return ORVO_DEVICE_NOT_OPEN;

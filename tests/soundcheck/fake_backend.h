@@ -4,12 +4,14 @@
  * than time. What the words in the environment variable FAKE_BACKEND say goes wrong. It notes every call, so that
  * a test sees the order and what broke the contract; FAKE_BACKEND_JOURNAL names a file for the notes, too.
  *
- * Words: no-devices, no-default, unsupported, initialize-fails, open-fails, start-fails, capture-open-fails, stop-fails,
- * close-hangs, silent (no block at all), freeze (no block after the tenth), slow (50 ms per block), eight-bits (capture),
- * echo (the microphone hears what is played, 160 ms behind its reference), deaf (with echo: it does not), reference-late
- * (with echo: the other way round), flaky-open (every fifth), alternating-reference, no-reference, odd-echo (another rate
- * is announced), log-error, latecomer (a device comes and goes), loopback (what is played is captured again, see
- * fake_cable.h).
+ * Words for calls: unsupported, initialize-fails, no-devices, no-default, latecomer (a device comes and goes), open-fails,
+ * capture-open-fails, second-open-fails and reopen-fails (of each device the second one, all but the first), flaky-open
+ * (every fifth), start-fails, stop-fails, stop-hangs, close-hangs, slow-calls (initialize and open), odd-echo (another rate
+ * is announced), log-error (at start).
+ * Words for audio: silent (no block at all), freeze and freeze-once (no block after the tenth; only the first opening),
+ * slow (50 ms per block), eight-bits and loud (capture), alternating-reference, no-reference, loopback (what is played is
+ * captured again, see fake_cable.h), echo (the microphone hears what is played, 160 ms behind its reference), deaf (with
+ * echo: it does not), reference-late (with echo: the other way round).
  */
 #pragma once
 

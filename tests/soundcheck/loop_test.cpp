@@ -127,7 +127,7 @@ TEST_F(Loop, SelfTest_FindsEveryErrorWithoutAnyPlugin) {
 
 TEST_F(Loop, WrongOptions_GiveTwo) {
     EXPECT_EQ(runAsIs({"loop", "--seconds", "0.1"}), 2);
-    EXPECT_EQ(run({"loop", "--device-capture", "gramophone"}), 2);
+    EXPECT_EQ(run({"loop", "--device-capture", "gramophone"}), 5);
     misbehave("no-devices");
     EXPECT_EQ(run({"loop"}), 77);
 }

@@ -123,20 +123,20 @@ TEST_F(ReportRun, OlderReport_IsReplacedWhole) {
 TEST_F(ReportRun, UnwritableFile_IsToldBeforeAnythingRuns) {
     std::vector<std::string> arguments = talk();
     arguments.back() = path("missing/report.html");
-    EXPECT_EQ(run(arguments), 2);
+    EXPECT_EQ(run(arguments), 4);
     EXPECT_TRUE(said("The report cannot be created"));
     EXPECT_EQ(journal(), "");
     arguments.back() = pathText(m_folder.path());
-    EXPECT_EQ(run(arguments), 2);
+    EXPECT_EQ(run(arguments), 4);
 }
 
 TEST_F(ReportRun, FullDisk_IsToldAndIsNoSuccess) {
     if (!wineVersion())
         GTEST_SKIP() << "needs a device that is always full";
-    EXPECT_EQ(run({"list", "--json", "--report", "Z:\\dev\\full"}), 2);
+    EXPECT_EQ(run({"list", "--json", "--report", "Z:\\dev\\full"}), 4);
     EXPECT_TRUE(said("The report cannot be written"));
     const Json document = Json::parse(output());
-    EXPECT_EQ(document["exit_code"], 2);
+    EXPECT_EQ(document["exit_code"], 4);
     EXPECT_EQ(document["ended"], "failed");
     misbehave("unsupported");
     EXPECT_EQ(run({"info", "--report", "Z:\\dev\\full"}), 3) << "what failed first stays the reason";

@@ -154,8 +154,8 @@ TEST_F(Soak, NoDevice_GivesSeventySeven) {
     EXPECT_TRUE(said("There is no device."));
 }
 
-TEST_F(Soak, WrongDevice_GivesTwo) {
-    EXPECT_EQ(run({"soak", "--device", "gramophone"}), 2);
+TEST_F(Soak, WrongDevice_GivesFive) {
+    EXPECT_EQ(run({"soak", "--device", "gramophone"}), 5);
 }
 
 } // namespace
