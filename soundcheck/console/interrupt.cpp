@@ -41,8 +41,11 @@ BOOL WINAPI Interrupt::handle(DWORD event) {
         return FALSE;
     const bool first = !interrupt->requested();
     interrupt->request();
-    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT)
-        return first ? TRUE : FALSE;
+    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
+        if (!first) // the system would do the same, but Wine's would call it success
+            TerminateProcess(GetCurrentProcess(), static_cast<UINT>(STATUS_CONTROL_C_EXIT));
+        return TRUE;
+    }
     // When this returns the system ends the process: give the main thread the time to close the devices.
     WaitForSingleObject(interrupt->m_ended.get(), kOrderlyEndMilliseconds);
     return TRUE;

@@ -23,7 +23,8 @@ class Ended:
     """A run that has come to its end."""
 
     def __init__(self, code, output, errors):
-        self.code, self.output, self.errors = code, output, errors
+        self.code, self.output = code, output.decode()
+        self.errors = errors.decode().replace("\r\n", "\n")
 
 
 class ProgramTest(unittest.TestCase):
@@ -56,7 +57,7 @@ class ProgramTest(unittest.TestCase):
     def run_program(self, *arguments, words=""):
         done = subprocess.run(self.command_line(*arguments), env=self.environment(words), stdin=subprocess.DEVNULL,
                               capture_output=True, timeout=PATIENCE, check=False)
-        return Ended(done.returncode, done.stdout.decode(), done.stderr.decode())
+        return Ended(done.returncode, done.stdout, done.stderr)
 
     def journal(self):
         """The calls that the plug-in got: "initialize open-1 start-1 ... "."""
