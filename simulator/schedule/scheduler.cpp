@@ -13,7 +13,7 @@ thread_local ThreadState* t_Current = nullptr;
 Scheduler* g_Scheduler = nullptr; // one run per process at a time
 
 constexpr unsigned kPointsPerMillisecond = 2000;
-// Real time without an end of the run; only code that loops without any switching point gets there.
+// Real time in which the token never moves; only code that loops without any switching point gets there.
 constexpr DWORD kRealLimitMilliseconds = 300'000;
 
 } // namespace
@@ -35,7 +35,9 @@ Scheduler::Ended Scheduler::run(std::function<void()> body) {
     AcquireSRWLockExclusive(&m_TokenLock);
     giveTo(&first);
     while (!m_Over) {
-        if (!SleepConditionVariableSRW(&m_OverChanged, &m_TokenLock, kRealLimitMilliseconds, 0)) {
+        const std::uint64_t handovers = m_Handovers;
+        if (!SleepConditionVariableSRW(&m_OverChanged, &m_TokenLock, kRealLimitMilliseconds, 0) &&
+            handovers == m_Handovers) {
             std::fprintf(stderr, "a thread runs without any switching point:\n%s%s", m_Trace.text().c_str(),
                          describeThreads().c_str());
             std::abort();
@@ -96,6 +98,7 @@ void Scheduler::park(ThreadState& self) {
 // Under the token lock.
 void Scheduler::giveTo(ThreadState* next) {
     m_Running = next;
+    ++m_Handovers;
     if (next)
         WakeConditionVariable(&next->parked);
 }

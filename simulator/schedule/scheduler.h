@@ -139,8 +139,9 @@ private:
     std::uint64_t m_Order = 0;
     std::uint64_t m_Choices = 0;
 
-    SRWLOCK m_TokenLock = SRWLOCK_INIT; // guards the five below
+    SRWLOCK m_TokenLock = SRWLOCK_INIT; // guards the six below
     ThreadState* m_Running = nullptr;
+    std::uint64_t m_Handovers = 0; // of the token
     bool m_Over = false;
     Ended m_Ended = Ended::complete;
     HANDLE m_Leaving = nullptr; // a thread that has finished, but may still be on its way out
