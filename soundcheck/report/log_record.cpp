@@ -10,8 +10,8 @@ std::size_t placeOf(std::int32_t level) {
 } // namespace
 
 std::string_view logLevelName(std::int32_t level) {
-    static constexpr std::array<std::string_view, 4> names = {"unknown level", "error", "warning", "information"};
-    return names[placeOf(level)];
+    static constexpr std::array<std::string_view, 4> kNames = {"unknown level", "error", "warning", "information"};
+    return kNames[placeOf(level)];
 }
 
 void LogRecord::add(std::string_view deviceId, std::string_view message, std::int32_t level, Clock::time_point now) {

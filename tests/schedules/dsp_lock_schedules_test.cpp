@@ -29,7 +29,7 @@ ENUMERATED_SCHEDULES(DspLockSchedules, LockAndUnlockAtEveryWake_NeitherLoopLoses
 
 ENUMERATED_SCHEDULES(DspLockSchedules, UnlockAfterAWhile_WakesBothLoopsAtOnce,
                      "Both loops wait while a client holds the DSP lock, and go on at once when it is given back: "
-                     "none misses the unlock, and none keeps the processor from the client that is still leaving.") {
+                     "none misses the unlock.") {
     const Device& speaker = sim.playback("Speaker");
     const Device& mic = sim.capture("Mic");
     client.initialize();
