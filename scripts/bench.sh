@@ -141,6 +141,13 @@ bench_start_wine() {
     bench_copy_template || bench_run wineboot -i >/dev/null 2>&1
     bench_start_wineserver
     bench_run wine cmd /c exit >/dev/null 2>&1 || bench_fail "Wine does not run in $WINEPREFIX"
+    bench_start_desktop
+}
+
+# Wine keeps a process for the desktop from the first program that needs one until nobody uses it any more. It inherits
+# that program's standard error: whoever reads it, as CTest does, would wait for the last of all programs to end.
+bench_start_desktop() {
+    bench_start wine explorer /desktop </dev/null >/dev/null 2>&1
 }
 
 # It and its services stay between two programs (-p). Twice a minute it writes the whole registry to disk, and
