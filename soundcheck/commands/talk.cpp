@@ -105,7 +105,8 @@ ExitCode TalkCommand::run(const RunContext& context) {
                     .add("rate_percent", captured.clock().ratePercent(kBlockMilliseconds), 2)
                     .add("longest_gap_ms", captured.clock().longestGapMilliseconds(), 1)
                     .add("stalls", static_cast<std::uint64_t>(supervision.stalls()))
-                    .add("reopenings", static_cast<std::uint64_t>(playback.reopenings() + capture.reopenings())),
+                    .add("reopenings", static_cast<std::uint64_t>(playback.reopenings()) +
+                                           static_cast<std::uint64_t>(capture.reopenings())),
                 captured.failed() ? "failed" : endingName(ending));
     checkStreams(checks, played, captured, ending);
     checkRecording(checks, captured);
