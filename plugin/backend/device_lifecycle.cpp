@@ -29,7 +29,7 @@ BackendResult DirectSoundBackend::closeDevice(DeviceDirection direction, const s
                                               std::uint32_t contextId) {
     if (const Lookup found = find(direction, deviceId, contextId); found.device == nullptr)
         return found.result;
-    ClosingList::Entry closing(1);
+    ClosingList::Devices closing(1);
     // Removed before it is handed over: once the monitor has it, no capture loop may reach it any more.
     closing.front() = registry(direction).remove(deviceId);
     m_Monitor->closeLater(closing);

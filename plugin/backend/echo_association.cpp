@@ -6,6 +6,8 @@
 #include "platform/com_ptr.h"
 #include "platform/directsound.h"
 
+#include <utility>
+
 using namespace directsound;
 
 namespace {

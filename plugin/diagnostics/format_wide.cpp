@@ -7,8 +7,9 @@ namespace directsound {
 namespace {
 
 constexpr std::size_t kMaxCapacity = 2147483647;
-constexpr HRESULT kInvalidParameter = HRESULT_FROM_WIN32(ERROR_INVALID_PARAMETER);
-constexpr HRESULT kInsufficientBuffer = HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER);
+// HRESULT_FROM_WIN32 is no constant expression in every SDK.
+constexpr auto kInvalidParameter = static_cast<HRESULT>(0x80070057);   // ERROR_INVALID_PARAMETER
+constexpr auto kInsufficientBuffer = static_cast<HRESULT>(0x8007007A); // ERROR_INSUFFICIENT_BUFFER
 
 } // namespace
 

@@ -15,15 +15,15 @@ namespace directsound {
 /// Guarded by its owner's lock, which is never held while a worker is joined.
 class ClosingList {
 public:
-    using Entry = std::list<std::unique_ptr<DeviceContext>>;
+    using Devices = std::list<std::unique_ptr<DeviceContext>>;
 
     explicit ClosingList(CriticalSection& lock) : m_Lock(lock) {}
 
     /// Creates the event; the list works without it, but nobody can wait.
     void createEvent() { m_DoneEvent = Event::autoReset(); }
 
-    /// Appends an entry of one device. With the lock held.
-    void append(Entry& entry) noexcept { m_Devices.splice(m_Devices.end(), entry); }
+    /// Takes over what the client has closed. With the lock held.
+    void append(Devices& closed) noexcept { m_Devices.splice(m_Devices.end(), closed); }
 
     /// Ends, joins and destroys every device in the list, then signals the waiting thread. Without the lock; on one
     /// thread at a time.
@@ -37,7 +37,7 @@ public:
 
 private:
     CriticalSection& m_Lock;
-    Entry m_Devices;
+    Devices m_Devices;
     Event m_DoneEvent;
 };
 

@@ -51,7 +51,7 @@ DeviceMap DeviceMonitor::devices(DeviceDirection direction) const {
     return m_Devices[indexOf(direction)];
 }
 
-void DeviceMonitor::closeLater(ClosingList::Entry& device) noexcept {
+void DeviceMonitor::closeLater(ClosingList::Devices& device) noexcept {
     const std::lock_guard guard(m_Lock);
     m_Closing.append(device);
     m_WakeEvent.set();

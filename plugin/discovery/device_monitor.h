@@ -38,7 +38,7 @@ public:
     [[nodiscard]] DeviceMap devices(DeviceDirection direction) const;
 
     /// Takes over a device that nobody can reach any more. Does not wait. Any thread.
-    void closeLater(ClosingList::Entry& device) noexcept;
+    void closeLater(ClosingList::Devices& device) noexcept;
 
     /// Waits until everything taken over is gone; on the monitor's own thread it does the work itself.
     void waitForClosed();

@@ -7,7 +7,8 @@
 #include "discovery/support_check.h"
 #include "orvosoundbackend.h"
 
-#include <mutex>
+#include <memory>
+#include <optional>
 
 using namespace directsound;
 

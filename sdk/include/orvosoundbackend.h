@@ -73,7 +73,7 @@
  *
  * ## What the plug-in promises
  *
- * - No exception leaves an export. One that a callback throws goes no further than the plug-in, which drops it.
+ * - No exception leaves an export.
  * - Every failure is a negative result; a null pointer never crashes the plug-in (but for an empty slot of the
  *   callback table, see BackendCallbacks).
  * - `getPlaybackData` and `deliverCaptureData` never run while the client holds the DSP lock, and no two of them run
@@ -93,11 +93,13 @@
  *    destroyed without ending its worker thread, which then touches freed memory.
  * 5. Release the DSP lock on the thread that took it, and do not take it twice: after two takes and two releases the
  *    thread still owns it, and no audio moves any more.
- * 6. Inside a callback of the table call no export that waits for a device: no open and start (the audio of all
- *    devices would stand still for as long as a driver takes), no waitForClosedDevices from an audio or log callback,
- *    no finalize from any callback.
- * 7. While in open, start, stop, waitForClosedDevices or finalize hold no lock that a callback takes: they may be
- *    waiting for the very thread that the callback runs on.
+ * 6. Inside a callback of the table call no export that waits for a device: no open and start (for as long as a
+ *    driver takes, the audio of all devices would stand still, or the monitor would see no device come or go), no
+ *    waitForClosedDevices from an audio or log callback, no finalize from any callback.
+ * 7. While in open, start, stop, waitForClosedDevices, lockDSP or finalize hold no lock that a callback takes: they
+ *    may be waiting for the very thread that the callback runs on.
+ * 8. Let no exception out of a callback. Where the client's compiler and the plug-in's have the same exceptions, the
+ *    device stops or the export fails without a word of why; where they do not, the process ends.
  *
  * ## What a callback may do
  *
@@ -107,7 +109,7 @@
  * |---|---|---|
  * | `notifyDeviceChange` | device monitor | enumerate, default device, close, stop, associate, waitForClosedDevices |
  * | `getPlaybackData`, `deliverCaptureData` | device worker, DSP lock held | enumerate, default device, close |
- * | `logMessage` | any, also inside an export, several at once | nothing else |
+ * | `logMessage` | any, also inside an export; at times with the DSP lock or a device's lock held | nothing else |
  * | enumeration callback | the caller's | enumerate, default device, open, close, start, stop, associate |
  *
  * Audio callbacks return within a few milliseconds. Duty 3 holds inside callbacks, too.
@@ -163,43 +165,43 @@ enum BackendResultCode {
     ORVO_DEVICE_ALLOCATED = -16, /**< open: another program holds the capture device exclusively. */
 
     /* The DirectSound group. */
-    ORVO_GETTING_ID = -105,
-    ORVO_DEVICE_GETBUFFER = -122,
-    ORVO_DEVICE_ACTIVATE = -123,
-    ORVO_DEVICE_GETMIXFORMAT = -126,
-    ORVO_GETBUFFERSIZE = -132,
+    ORVO_GETTING_ID = -105,           /**< Not answered by this backend. */
+    ORVO_DEVICE_GETBUFFER = -122,     /**< Not answered by this backend. */
+    ORVO_DEVICE_ACTIVATE = -123,      /**< Not answered by this backend. */
+    ORVO_DEVICE_GETMIXFORMAT = -126,  /**< Not answered by this backend. */
+    ORVO_GETBUFFERSIZE = -132,        /**< Not answered by this backend. */
     ORVO_INVALID_CONTEXT_ID = -144,   /**< The contextId is not the one given at open. */
     ORVO_GUID_TO_STRING = -200,       /**< A device GUID has no text. */
     ORVO_NO_DEFAULT_FOUND = -201,     /**< getDefaultDevice: no device is marked. */
     ORVO_DEVICE_GUID = -202,          /**< The identifier is not a GUID text. */
     ORVO_GET_CURRENT_POSITION = -203, /**< The device's cursors cannot be read (logged; the device stops). */
-    ORVO_LOCK = -204,                 /**< The device's buffer cannot be locked (logged; the device stops). */
-    ORVO_UNLOCK = -205,
-    ORVO_DIRECTSOUNDCAPTURECREATE8 = -206,
-    ORVO_CREATECAPTUREBUFFER = -207,
-    ORVO_CREATECAPTUREBUFFER_INTF = -208,
-    ORVO_GET_FORMAT = -209,
-    ORVO_ECHO_DEV_NOT_FOUND = -210,
-    ORVO_GET_FORMAT_1 = -211,
-    ORVO_GET_FORMAT_2 = -212,
-    ORVO_GET_FORMAT_3 = -213,
-    ORVO_GET_FORMAT_4 = -214,
-    ORVO_GET_FORMAT_5 = -215,
-    ORVO_PLAYBACK_STOP = -220,
-    ORVO_PLAYBACK_START = -221,
-    ORVO_CAPTURE_STOP = -222,
-    ORVO_CAPTURE_START = -223,
-    ORVO_RESTORE = -224,
-    ORVO_GET_STATUS = -225,
-    ORVO_CREATEBUFFER = -226,
-    ORVO_CREATEPRIMARYBUFFER = -227,
-    ORVO_DIRECTSOUNDCREATE8 = -228,
-    ORVO_SETCOOPERATIVELEVEL = -229,
-    ORVO_GET_CAPS = -230,
-    ORVO_CAPTURE_FORMAT_NOT_SUPPORTED = -231,
-    ORVO_CALL_OUT_OF_ORDER = -232, /**< start: the device is not in the state "open". */
+    ORVO_LOCK = -204,   /**< The buffer cannot be locked: start (playback), or logged, and the device stops. */
+    ORVO_UNLOCK = -205, /**< start (playback): the buffer cannot be unlocked. */
+    ORVO_DIRECTSOUNDCAPTURECREATE8 = -206, /**< open (capture): the device cannot be created. */
+    ORVO_CREATECAPTUREBUFFER = -207,       /**< open (capture): the buffer cannot be created. */
+    ORVO_CREATECAPTUREBUFFER_INTF = -208,  /**< open (capture): the buffer has no second interface. */
+    ORVO_GET_FORMAT = -209,                /**< Not answered by this backend. */
+    ORVO_ECHO_DEV_NOT_FOUND = -210,        /**< Not answered by this backend. */
+    ORVO_GET_FORMAT_1 = -211,              /**< Not answered by this backend. */
+    ORVO_GET_FORMAT_2 = -212,        /**< open (capture): the buffer does not tell its format, or a useless one. */
+    ORVO_GET_FORMAT_3 = -213,        /**< Not answered by this backend. */
+    ORVO_GET_FORMAT_4 = -214,        /**< open (playback): the buffer does not tell its format, or a useless one. */
+    ORVO_GET_FORMAT_5 = -215,        /**< open (playback): the primary buffer does not tell its format. */
+    ORVO_PLAYBACK_STOP = -220,       /**< The buffer cannot be stopped (logged; stop has answered by then). */
+    ORVO_PLAYBACK_START = -221,      /**< start (playback): the buffer cannot be played. */
+    ORVO_CAPTURE_STOP = -222,        /**< The buffer cannot be stopped (logged; stop has answered by then). */
+    ORVO_CAPTURE_START = -223,       /**< start (capture): the buffer cannot be started. */
+    ORVO_RESTORE = -224,             /**< Not answered by this backend. */
+    ORVO_GET_STATUS = -225,          /**< Not answered by this backend. */
+    ORVO_CREATEBUFFER = -226,        /**< open (playback): the buffer, or its second interface, cannot be created. */
+    ORVO_CREATEPRIMARYBUFFER = -227, /**< open (playback): the primary buffer cannot be created. */
+    ORVO_DIRECTSOUNDCREATE8 = -228,  /**< open (playback), associate: the device cannot be created. */
+    ORVO_SETCOOPERATIVELEVEL = -229, /**< open (playback): the device refuses the priority level. */
+    ORVO_GET_CAPS = -230,            /**< open, associate: the device or its buffer does not tell what it can do. */
+    ORVO_CAPTURE_FORMAT_NOT_SUPPORTED = -231, /**< Not answered by this backend. */
+    ORVO_CALL_OUT_OF_ORDER = -232,            /**< start: the device is not in the state "open". */
     ORVO_UNKNOWN = -233,           /**< open or start: no worker thread, or it ended without recording a result. */
-    ORVO_GET_SPEAKER_CONFIG = -234
+    ORVO_GET_SPEAKER_CONFIG = -234 /**< open (playback), associate: the device does not tell its speakers. */
 };
 
 /* ------------------------------------------------------------------------------------------ devices */
@@ -280,7 +282,8 @@ typedef struct AudioBlock {
  * @param value a direction or a state, as DeviceEventCode says
  *
  * One rescan reports playback first, then capture; within a direction the added devices, then the new default,
- * then the removed ones, each group in GUID order. Devices that exist when initialize returns are not reported.
+ * then the removed ones, each group in GUID order. Devices that enumeration lists when initialize returns are not
+ * reported; where both lists are still empty then (see initialize), all devices come later as added.
  */
 typedef void (*NotifyDeviceChangeCallback)(void* clientContext, int32_t event, const char* deviceId, int32_t value);
 
@@ -310,6 +313,8 @@ typedef void (*DeliverCaptureDataCallback)(void* clientContext, const char* devi
  * @param deviceId the device that the message concerns, or the empty text
  * @param message one line of UTF-8 without a line end
  * @param level a LogLevelValue
+ *
+ * Some are sent with the DSP lock or the device's own lock held: return soon, and mind duty 7.
  */
 typedef void (*LogMessageCallback)(void* clientContext, const char* deviceId, const char* message, int32_t level);
 
@@ -467,7 +472,8 @@ BackendResult orvosoundbackend_stopDevice(DirectSoundBackend* backend, DeviceDir
  *        be open: while it is not, no reference comes.
  * @param contextId the capture device's
  * @param echoChannelMask speaker positions or a ChannelMaskMarker; the reference has as many channels as bits
- *        are set, and no block comes while the playback device runs with another number
+ *        are set, and no block comes while the playback device runs with another number, nor with a mask of 0, the
+ *        answer for speakers that are not known
  * @param echoBitsPerSample 16
  * @param echoSampleRate 48000, or 44100 when the playback device cannot do 48000
  * @param associationCounter raised by every pairing

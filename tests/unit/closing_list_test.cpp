@@ -17,7 +17,7 @@ protected:
     ClosingListTest() { list.createEvent(); }
 
     void append(const std::string& deviceId) {
-        ClosingList::Entry entry(1);
+        ClosingList::Devices entry(1);
         entry.front() = std::make_unique<FakeDevice>(host, journal, deviceId);
         EXPECT_TRUE(entry.front()->startWorker());
         const std::lock_guard guard(lock);
