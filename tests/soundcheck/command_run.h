@@ -6,7 +6,7 @@
 
 #include "audio/wav_reader.h"
 #include "commands/program.h"
-#include "fake_backend.h"
+#include "fake/fake_backend.h"
 #include "platform/system_info.h"
 #include "platform/text.h"
 #include "test_files.h"

@@ -1,6 +1,6 @@
 // `loop` against the fake plug-in, whose playback and capture devices a cable joins: every error is told, and nothing else.
 #include "command_run.h"
-#include "fake_cable.h"
+#include "fake/cable.h"
 #include "report/document.h"
 
 #include <chrono>
@@ -43,7 +43,7 @@ TEST_F(Loop, FramesDropped_AreToldWithTheirPlace) {
     EXPECT_EQ(disturbances[0]["frames"], 480);
     // Silence was captured before the playback began, in whole blocks.
     const std::uint64_t place = disturbances[0]["frame"];
-    EXPECT_LT((place - FakeCable::kDelayFrames - FakeCable::kErrorFrame) % 960, 16U) << place;
+    EXPECT_LT((place - fake::Cable::kDelayFrames - fake::Cable::kErrorFrame) % 960, 16U) << place;
     EXPECT_EQ(document()["loop"]["dropped_frames"], 480);
 }
 
@@ -103,7 +103,7 @@ TEST_F(Loop, CtrlCTooEarly_GivesSeventySeven) {
 
 TEST_F(Loop, CtrlCInTheSines_JudgesWhatCame) {
     std::jthread user([this](const std::stop_token& stop) {
-        while (played().size() < 6 * FakeCable::kErrorFrame && !stop.stop_requested())
+        while (played().size() < 6 * fake::Cable::kErrorFrame && !stop.stop_requested())
             std::this_thread::sleep_for(20ms);
         m_interrupt.request();
     });

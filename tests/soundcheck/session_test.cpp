@@ -1,6 +1,6 @@
 // The session's routing: every device has a stream of its own, and one failing device does not keep the others open.
 #include "commands/session.h"
-#include "fake_backend.h"
+#include "fake/fake_backend.h"
 #include "platform/system_info.h"
 #include "platform/text.h"
 

@@ -11,25 +11,24 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
 
-class FakeCable {
+namespace fake {
+
+class Cable {
 public:
-    using Asked = bool (*)(const std::string& word);
     static constexpr std::size_t kDelayFrames = 4800;
     static constexpr std::size_t kErrorFrame = 86400;
     static constexpr std::size_t kErrorFrames = 480;
-
-    explicit FakeCable(Asked asked);
 
     void put(std::span<const std::int16_t> stereo);
     /** Silence before anything is played. @return false: wait, what comes next is not played yet */
     bool take(std::span<std::int16_t> stereo, bool playing);
 
 private:
-    Asked m_asked;
-    std::vector<std::int16_t> m_samples;
+    std::vector<std::int16_t> m_samples = std::vector<std::int16_t>(2 * kDelayFrames);
     std::size_t m_frames = 0; ///< put so far
     std::size_t m_next = 0;
 };
+
+} // namespace fake

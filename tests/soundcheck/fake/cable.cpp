@@ -1,30 +1,32 @@
-#include "fake_cable.h"
+#include "cable.h"
+
+#include "words.h"
 
 #include <algorithm>
 #include <utility>
 
-FakeCable::FakeCable(Asked asked) : m_asked(asked), m_samples(2 * kDelayFrames) {}
+namespace fake {
 
-void FakeCable::put(std::span<const std::int16_t> stereo) {
+void Cable::put(std::span<const std::int16_t> stereo) {
     for (std::size_t i = 0; i + 1 < stereo.size(); i += 2, ++m_frames) {
         std::int16_t left = stereo[i];
         std::int16_t right = stereo[i + 1];
-        if (m_asked("loopback-swap"))
+        if (asked("loopback-swap"))
             std::swap(left, right);
-        if (m_asked("loopback-mute"))
+        if (asked("loopback-mute"))
             left = right = 0;
-        if (m_frames == kErrorFrame && m_asked("loopback-add"))
+        if (m_frames == kErrorFrame && asked("loopback-add"))
             m_samples.resize(m_samples.size() + 2 * kErrorFrames);
-        if (m_frames == kErrorFrame && m_asked("loopback-pop"))
+        if (m_frames == kErrorFrame && asked("loopback-pop"))
             left = right = 30000;
-        if (m_frames >= kErrorFrame && m_frames < kErrorFrame + kErrorFrames && m_asked("loopback-drop"))
+        if (m_frames >= kErrorFrame && m_frames < kErrorFrame + kErrorFrames && asked("loopback-drop"))
             continue;
         m_samples.push_back(left);
         m_samples.push_back(right);
     }
 }
 
-bool FakeCable::take(std::span<std::int16_t> stereo, bool playing) {
+bool Cable::take(std::span<std::int16_t> stereo, bool playing) {
     if (!playing && m_frames == 0) {
         std::fill(stereo.begin(), stereo.end(), std::int16_t{0});
         return true;
@@ -35,3 +37,5 @@ bool FakeCable::take(std::span<std::int16_t> stereo, bool playing) {
     m_next += stereo.size();
     return true;
 }
+
+} // namespace fake
