@@ -40,13 +40,15 @@ std::uint64_t randomSeed() {
 
 /** @param rounds counts the calls */
 Ending churn(const RunContext& context, ChurnRun& run, ChurnPlan& plan, const Limits& limits, std::uint64_t& rounds) {
+    std::chrono::milliseconds pause(0);
     while (rounds < limits.rounds && Clock::now() < limits.end) {
+        if (context.interrupt.waitFor(pause))
+            return Ending::interrupted;
         const ChurnStep step = plan.next();
         if (!run.perform(step))
             plan.allClosed();
         ++rounds;
-        if (context.interrupt.waitFor(step.pause))
-            return Ending::interrupted;
+        pause = step.pause;
         if (context.console.isTerminal())
             context.console.progress("round " + std::to_string(rounds) + ", " + std::to_string(run.blocks()) +
                                      " blocks");
@@ -125,6 +127,8 @@ ExitCode ChurnCommand::run(const RunContext& context) {
     tellSummary(context, name(), summary, endingName(ending),
                 {{"calls", callsOf(churned)}, {"failures", failuresOf(churned)}});
     checkLog(checks, session.log());
+    if (rounds == 0 && !checks.failed())
+        throw InterruptedTooEarly();
     return checks.exitCode();
 }
 

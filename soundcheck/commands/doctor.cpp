@@ -3,7 +3,6 @@
 #include "audio/wav_writer.h"
 #include "client/device_selection.h"
 #include "commands/device_run.h"
-#include "commands/doctor_examination.h"
 #include "platform/temporary_folder.h"
 #include "platform/text.h"
 
@@ -66,22 +65,27 @@ std::vector<LoopPair> DoctorCommand::pairsOf(const std::vector<DeviceEntry>& pla
     return {{speaker.id, microphone.id, speaker.name + " -> " + microphone.name}};
 }
 
+void DoctorCommand::examineDevices(DoctorExamination& examination, const Json& list,
+                                   const std::filesystem::path& folder) const {
+    const std::vector<DeviceEntry> playback = devicesOf(list, "playback");
+    const std::vector<DeviceEntry> capture = devicesOf(list, "capture");
+    const std::vector<LoopPair> pairs = pairsOf(playback, capture);
+    const std::filesystem::path tone = folder / "tone.wav";
+    writeTone(tone);
+    examination.perform(playbackChecks(playback, pathText(tone)));
+    examination.perform(captureChecks(capture, pathText(folder / "recording.wav")));
+    examination.perform(loopChecks(pairs));
+    examination.perform(togetherChecks(!playback.empty() || !capture.empty()));
+}
+
 ExitCode DoctorCommand::run(const RunContext& context) {
     const TemporaryFolder folder;
-    const std::string tone = pathText(folder.path() / "tone.wav");
-    writeTone(toPath(tone));
-
     DoctorExamination examination(context);
     examination.perform({{"The plug-in", {"info"}, {}}});
     if (examination.count(Verdict::failed) == 0) {
         const Json list = examination.perform({{"The list of devices", {"list", "--formats"}, {}}});
-        const std::vector<DeviceEntry> playback = devicesOf(list, "playback");
-        const std::vector<DeviceEntry> capture = devicesOf(list, "capture");
-        const std::vector<LoopPair> pairs = pairsOf(playback, capture);
-        examination.perform(playbackChecks(playback, tone));
-        examination.perform(captureChecks(capture, pathText(folder.path() / "recording.wav")));
-        examination.perform(loopChecks(pairs));
-        examination.perform(togetherChecks(!playback.empty() || !capture.empty()));
+        if (list.is_object() && !examination.interrupted()) // else nobody knows what devices there are
+            examineDevices(examination, list, folder.path());
     }
     tellSummary(context, name(),
                 Summary()

@@ -6,8 +6,10 @@
 #pragma once
 
 #include "commands/command.h"
+#include "commands/doctor_examination.h"
 #include "commands/doctor_plan.h"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -24,6 +26,8 @@ public:
 private:
     std::vector<LoopPair> pairsOf(const std::vector<DeviceEntry>& playback,
                                   const std::vector<DeviceEntry>& capture) const;
+    /** @param list what the command `list` found; @param folder for what is played and recorded */
+    void examineDevices(DoctorExamination& examination, const Json& list, const std::filesystem::path& folder) const;
 
     std::string m_playback; ///< of a loop over a cable; both empty: every device with its monitor
     std::string m_capture;

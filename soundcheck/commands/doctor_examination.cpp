@@ -135,8 +135,11 @@ bool DoctorExamination::judgedDevices() const {
 
 ExitCode DoctorExamination::exitCode() const {
     if (count(Verdict::failed) != 0) {
-        const Result& first = m_results.front(); // without a plug-in that loads nothing else matters
-        return first.code == ExitCode::backendFailed ? ExitCode::backendFailed : ExitCode::checkFailed;
+        // Without a plug-in that loads, runs and lists, nothing else matters.
+        const bool unusable = std::any_of(m_results.begin(), m_results.end(), [](const Result& result) {
+            return (result.command == "info" || result.command == "list") && result.code == ExitCode::backendFailed;
+        });
+        return unusable ? ExitCode::backendFailed : ExitCode::checkFailed;
     }
     if (judgedDevices())
         return ExitCode::done;

@@ -43,7 +43,9 @@ struct EchoProof {
     EchoLag lag;
 };
 
-EchoProof analyse(const RecordingFolder& folder) {
+EchoProof analyse(const RecordingFolder& folder, std::uint64_t frames) {
+    if (frames == 0)
+        return {};
     EchoProof proof{markersIn(folder.reference()), markersIn(folder.microphone()), {}};
     proof.lag = measureLag(proof.reference, proof.microphone);
     return proof;
@@ -118,8 +120,8 @@ ExitCode EchoCommand::run(const RunContext& context) {
     const RecordingFolder folder(m_keep);
     Checks checks(context);
     Summary summary;
-    const Ending ending = record(context, checks, folder, summary);
-    const EchoProof proof = analyse(folder);
+    const auto [ending, frames] = record(context, checks, folder, summary);
+    const EchoProof proof = analyse(folder, frames);
     printLag(context.console, proof.lag);
     addTo(summary, proof);
     tellSummary(context, name(), summary, endingName(ending), lagOverTime(proof.lag));
@@ -128,12 +130,13 @@ ExitCode EchoCommand::run(const RunContext& context) {
     checkLog(checks, context.document.log());
     if (ending == Ending::interrupted && proof.lag.points.empty() && !checks.failed())
         throw InterruptedTooEarly();
-    checkProof(checks, proof, m_maxSpread);
+    if (frames != 0) // otherwise it is told why nothing came
+        checkProof(checks, proof, m_maxSpread);
     return checks.exitCode();
 }
 
-Ending EchoCommand::record(const RunContext& context, Checks& checks, const RecordingFolder& folder,
-                           Summary& summary) const {
+EchoCommand::Recorded EchoCommand::record(const RunContext& context, Checks& checks, const RecordingFolder& folder,
+                                          Summary& summary) const {
     Session session(context);
     const DeviceEntry speaker = session.choose(ORVO_PLAYBACK, m_playback);
     const DeviceEntry microphone = session.choose(ORVO_CAPTURE, m_capture);
@@ -153,6 +156,8 @@ Ending EchoCommand::record(const RunContext& context, Checks& checks, const Reco
         session.attach(playback, std::make_unique<RepeatingSource>(markerPeriod(playback.format().sampleRate),
                                                                    playback.format().channels));
     context.console.line("playing markers on " + speaker.name + ", capturing " + microphone.name);
+    if (context.interrupt.requested())
+        throw InterruptedTooEarly();
     session.start(playback);
     session.start(capture);
     Supervision supervision(context);
@@ -179,7 +184,7 @@ Ending EchoCommand::record(const RunContext& context, Checks& checks, const Reco
     checkRecording(checks, captured);
     checks.expect(supervision.stalls() == 0, "A device stood still.");
     checks.expect(ending != Ending::gaveUp, "It did not go on; soundcheck gave up.");
-    return ending;
+    return {ending, captured.framesWritten()};
 }
 
 } // namespace soundcheck

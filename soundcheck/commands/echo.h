@@ -10,6 +10,7 @@
 #include "commands/supervision.h"
 #include "report/summary.h"
 
+#include <cstdint>
 #include <limits>
 #include <string>
 
@@ -26,8 +27,13 @@ public:
     ExitCode run(const RunContext& context) override;
 
 private:
+    struct Recorded {
+        Ending ending;
+        std::uint64_t frames;
+    };
+
     /** Plays the markers and records; what was opened is closed when it returns. */
-    Ending record(const RunContext& context, Checks& checks, const RecordingFolder& folder, Summary& summary) const;
+    Recorded record(const RunContext& context, Checks& checks, const RecordingFolder& folder, Summary& summary) const;
 
     std::string m_playback = "default";
     std::string m_capture = "default";

@@ -12,7 +12,6 @@
 #include "platform/text.h"
 
 #include <CLI/CLI.hpp>
-#include <chrono>
 
 namespace soundcheck {
 namespace {
@@ -102,18 +101,23 @@ ExitCode LoopCommand::run(const RunContext& context) {
 
 ExitCode LoopCommand::runSelfTest(const RunContext& context) const {
     Checks checks(context);
+    std::uint64_t tried = 0;
     std::uint64_t failed = 0;
-    const std::vector<SelfTestCase> cases = selfTestCases();
-    for (const SelfTestCase& test : cases) {
-        if (context.interrupt.waitFor(std::chrono::milliseconds(0)))
-            throw InterruptedTooEarly();
+    Ending ending = Ending::complete;
+    for (const SelfTestCase& test : selfTestCases()) {
+        if (context.interrupt.requested()) {
+            ending = Ending::interrupted;
+            break;
+        }
+        ++tried;
         const std::string wrong = selfTestFailure(test);
         context.console.line((wrong.empty() ? "right  " : "WRONG  ") + test.name);
         checks.expect(wrong.empty(), test.name + ": " + wrong + ".");
         failed += wrong.empty() ? 0U : 1U;
     }
-    tellSummary(context, name(), Summary().add("cases", std::uint64_t{cases.size()}).add("wrong", failed),
-                "complete");
+    if (tried == 0)
+        throw InterruptedTooEarly();
+    tellSummary(context, name(), Summary().add("cases", tried).add("wrong", failed), endingName(ending));
     return checks.exitCode();
 }
 
@@ -137,6 +141,8 @@ ExitCode LoopCommand::runLoop(const RunContext& context) const {
     context.console.line("capturing " + microphone.name + ", " + formatText(in));
     const auto progress = [&] { return timeText(player.framesDelivered(), player.framesTotal(), out.sampleRate); };
     Supervision supervision(context);
+    if (context.interrupt.requested())
+        throw InterruptedTooEarly();
     session.start(*capture);
     supervision.watch(recorder.clock(), microphone.name);
     Ending ending = supervision.run([&] { return recorder.clock().blocks() >= kBlocksToSettle; }, progress);

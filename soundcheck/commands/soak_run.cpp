@@ -36,9 +36,11 @@ bool SoakRun::attempt(Member& member, const std::function<void()>& step) {
 }
 
 void SoakRun::begin() {
-    for (std::size_t i = 0; i < m_members.size(); ++i)
+    for (std::size_t i = 0; i < m_members.size() && !m_context.interrupt.requested(); ++i)
         if (!attempt(m_members[i], [&] { open(i); }))
             m_members[i].watch.fail();
+    if (m_context.interrupt.requested())
+        return;
     associate();
     for (std::size_t i = 0; i < m_members.size(); ++i)
         if (m_devices[i] && !attempt(m_members[i], [&] { start(i); }))
@@ -118,8 +120,9 @@ std::vector<SoakRow> SoakRun::rows() const {
 }
 
 bool SoakRun::allBegan() const {
-    return std::all_of(m_members.begin(), m_members.end(),
-                       [](const Member& member) { return !member.watch.runs() || member.watch.row().blocks != 0; });
+    return std::all_of(m_members.begin(), m_members.end(), [](const Member& member) {
+        return member.watch.row().state == SoakState::failed || member.watch.row().blocks != 0;
+    });
 }
 
 std::uint64_t SoakRun::lostNotes() const {

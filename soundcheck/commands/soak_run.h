@@ -23,7 +23,7 @@ class SoakRun {
 public:
     SoakRun(const RunContext& context, Checks& checks, Session& session, const std::vector<PickedDevice>& devices);
 
-    /** Opens and starts all devices. Throws Failure when none of them runs. */
+    /** Opens and starts all devices, or returns early at Ctrl-C. Throws Failure when none of them runs. */
     void begin();
     /** Ends early when no device gives anything any more. */
     Ending watch(double seconds);
@@ -32,7 +32,7 @@ public:
 
     /** In the order of the devices. */
     std::vector<SoakRow> rows() const;
-    /** Whether every device that runs has given a block. */
+    /** Whether every device that did not fail has given a block. */
     bool allBegan() const;
     std::uint64_t lostNotes() const;
 

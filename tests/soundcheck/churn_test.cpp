@@ -115,6 +115,12 @@ TEST_F(Churn, CtrlC_ClosesEverything) {
     EXPECT_EQ(journal().find("TOO-EARLY"), std::string::npos);
 }
 
+TEST_F(Churn, CtrlCBeforeTheFirstCall_GivesSeventySeven) {
+    m_interrupt.request();
+    EXPECT_EQ(run({"churn"}), 77);
+    EXPECT_EQ(lastJournal(), "initialize wait wait finalize ");
+}
+
 TEST_F(Churn, NoDevice_GivesSeventySeven) {
     misbehave("no-devices");
     EXPECT_EQ(run({"churn"}), 77);

@@ -115,6 +115,13 @@ TEST_F(DoctorRun, PluginThatDoesNotRun_IsTheOnlyFinding) {
     EXPECT_EQ(m_document["doctor"]["checks"].size(), 1U);
 }
 
+TEST_F(DoctorRun, PluginThatDoesNotInitialize_IsTheOnlyFinding) {
+    misbehave("initialize-fails");
+    EXPECT_EQ(examine(), 3);
+    EXPECT_EQ(verdict("The list of devices"), "failed");
+    EXPECT_EQ(m_document["doctor"]["checks"].size(), 2U);
+}
+
 TEST_F(DoctorRun, NoDevices_GivesSeventySeven) {
     misbehave("no-devices");
     EXPECT_EQ(examine(), 77);
@@ -141,6 +148,17 @@ TEST_F(DoctorRun, CtrlCAtOnce_GivesSeventySevenWithAFinding) {
     EXPECT_EQ(examine(), 77);
     EXPECT_EQ(m_document["findings"].size(), 1U);
     EXPECT_EQ(m_document["ended"], "interrupted");
+}
+
+TEST_F(DoctorRun, CtrlCBeforeTheList_IsNoWordAboutTheNamedDevices) {
+    m_interrupt.request();
+    EXPECT_EQ(examine({"--device-playback", "Speaker", "--device-capture", "Microphone"}), 77);
+    EXPECT_EQ(m_document["ended"], "interrupted");
+}
+
+TEST_F(DoctorRun, WrongName_GivesFiveAndKeepsWhatWasFoundBefore) {
+    EXPECT_EQ(examine({"--device-playback", "gramophone", "--device-capture", "Microphone"}), 5);
+    EXPECT_EQ(verdict("The list of devices"), "passed");
 }
 
 TEST_F(DoctorRun, LinesOfThePlugin_AreInTheReport) {

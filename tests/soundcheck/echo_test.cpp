@@ -56,12 +56,20 @@ TEST_F(Echo, ReferenceComesTooLate_GivesOne) {
     EXPECT_TRUE(said("comes later than the echo"));
 }
 
-TEST_F(Echo, CtrlCBeforeAnyMarker_GivesSeventySeven) {
-    misbehave("echo slow");
+TEST_F(Echo, CtrlCBeforeTheDevicesStart_GivesSeventySeven) {
     m_interrupt.request();
     EXPECT_EQ(run({"echo"}), 77);
     EXPECT_TRUE(said("before there was anything to judge"));
-    EXPECT_NE(journal().find("close-1 close-2 wait wait finalize "), std::string::npos);
+    EXPECT_EQ(journal(), "initialize open-1 open-2 associate close-2 close-1 wait finalize ");
+}
+
+TEST_F(Echo, DevicesGiveNoBlock_ThatIsTheOnlyFinding) {
+    misbehave("silent");
+    EXPECT_EQ(run({"echo"}), 1);
+    EXPECT_TRUE(said("does not begin"));
+    EXPECT_TRUE(said(" ended=gave-up\n"));
+    EXPECT_FALSE(said("No marker"));
+    EXPECT_FALSE(said("holds no samples"));
 }
 
 TEST_F(Echo, FolderThatCannotBe_GivesFour) {

@@ -125,6 +125,21 @@ TEST_F(Loop, SelfTest_FindsEveryErrorWithoutAnyPlugin) {
     EXPECT_TRUE(said(" wrong=0 "));
 }
 
+TEST_F(Loop, CtrlCBeforeTheSelfTest_GivesSeventySeven) {
+    m_interrupt.request();
+    EXPECT_EQ(runAsIs({"loop", "--selftest"}), 77);
+}
+
+TEST_F(Loop, CtrlCInTheSelfTest_TellsWhatWasTried) {
+    std::jthread user([this] {
+        std::this_thread::sleep_for(300ms);
+        m_interrupt.request();
+    });
+    EXPECT_EQ(runAsIs({"loop", "--selftest"}), 0) << errors();
+    EXPECT_TRUE(said("right  Clean"));
+    EXPECT_TRUE(said(" ended=interrupted\n"));
+}
+
 TEST_F(Loop, WrongOptions_GiveTwo) {
     EXPECT_EQ(runAsIs({"loop", "--seconds", "0.1"}), 2);
     EXPECT_EQ(run({"loop", "--device-capture", "gramophone"}), 5);

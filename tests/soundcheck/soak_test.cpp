@@ -142,10 +142,19 @@ TEST_F(Soak, CtrlC_ClosesEverythingAndGivesZero) {
 }
 
 TEST_F(Soak, CtrlCBeforeTheFirstBlock_GivesSeventySeven) {
-    m_interrupt.request();
     misbehave("silent");
+    std::jthread user([this] {
+        std::this_thread::sleep_for(500ms);
+        m_interrupt.request();
+    });
     EXPECT_EQ(run({"soak"}), 77);
     EXPECT_NE(journal().find("close-2 close-2 wait wait finalize "), std::string::npos);
+}
+
+TEST_F(Soak, CtrlCBeforeTheDevicesOpen_OpensNone) {
+    m_interrupt.request();
+    EXPECT_EQ(run({"soak"}), 77);
+    EXPECT_EQ(journal(), "initialize wait wait finalize ");
 }
 
 TEST_F(Soak, NoDevice_GivesSeventySeven) {

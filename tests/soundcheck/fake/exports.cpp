@@ -100,6 +100,7 @@ FAKE_EXPORT BackendResult orvosoundbackend_initialize(DirectSoundBackend** out, 
 
 FAKE_EXPORT BackendResult orvosoundbackend_finalize(DirectSoundBackend* backend) {
     note(backend->open.empty() && backend->closed.empty() ? "finalize" : "FINALIZED-TOO-EARLY");
+    takeTimeIfAsked();
     if (backend->monitor.joinable())
         backend->monitor.join();
     delete backend;

@@ -4,6 +4,7 @@ What ctest gives in the environment: SOUNDCHECK, the program; the fake plug-in l
 whose services run already: the first program in a fresh one would hand its pipes on to them, which never close.
 """
 
+import json
 import os
 import pathlib
 import subprocess
@@ -11,7 +12,10 @@ import tempfile
 import unittest
 import wave
 
+import jsonschema
+
 PROGRAM = os.environ["SOUNDCHECK"]
+SCHEMA = json.loads((pathlib.Path(__file__).parents[3] / "docs" / "soundcheck.schema.json").read_text())
 PATIENCE = 60  # seconds
 
 
@@ -35,6 +39,11 @@ class ProgramTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
         self.write_wav("speech.wav", frames=24000)
+
+    @staticmethod
+    def validator():
+        """Of the document that --json gives."""
+        return jsonschema.Draft202012Validator(SCHEMA)
 
     def path(self, name):
         """As the program gets it."""
