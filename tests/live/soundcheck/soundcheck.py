@@ -24,6 +24,8 @@ class SoundcheckTest(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
+        self.modules = []  # loaded and not unloaded yet
+        self.defaults = []  # changed, and to be restored
 
     def path(self, name):
         """As the program gets it."""
@@ -39,10 +41,39 @@ class SoundcheckTest(unittest.TestCase):
         self.assertEqual(bool(document["findings"]), done.returncode != 0, document["findings"])
         return document
 
+    def start_program(self, *arguments):
+        """A run beside the test."""
+        process = subprocess.Popen(["wine", PROGRAM, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE)
+        self.addCleanup(process.communicate)
+        self.addCleanup(process.kill)
+        return process
+
     def load_module(self, *arguments):
-        """A module of the sound server, until the test ends."""
-        number = subprocess.run(["pactl", "load-module", *arguments], capture_output=True, check=True, text=True).stdout
-        self.addCleanup(subprocess.run, ["pactl", "unload-module", number.strip()], check=True)
+        """A module of the sound server, until the test ends. @return its number"""
+        number = subprocess.run(["pactl", "load-module", *arguments], capture_output=True, check=True,
+                                text=True).stdout.strip()
+        self.modules.append(number)
+        self.addCleanup(lambda: number in self.modules and self.unload_module(number))
+        return number
+
+    def unload_module(self, number):
+        self.modules.remove(number)
+        subprocess.run(["pactl", "unload-module", number], check=True)
+
+    def set_default_voice_device(self, direction, device):
+        """Until the test ends; a running process of Wine notices it."""
+        value, prefix = (("DefaultVoiceOutput", "{0.0.0.00000000}.") if direction == "playback" else
+                         ("DefaultVoiceInput", "{0.0.1.00000000}."))
+        self.registry("add", "/v", value, "/d", prefix + device)
+        if value not in self.defaults:
+            self.defaults.append(value)
+            self.addCleanup(self.registry, "delete", "/v", value)
+
+    @staticmethod
+    def registry(verb, *arguments):
+        subprocess.run(["wine", "reg", verb, r"HKCU\Software\Wine\Drivers\winepulse.drv", *arguments, "/f"],
+                       stdin=subprocess.DEVNULL, capture_output=True, check=True)
 
     def set_volume(self, source, volume):
         subprocess.run(["pactl", "set-source-volume", source, volume], check=True)
