@@ -62,13 +62,15 @@ private:
     std::optional<DefaultWatch> m_DefaultWatch; ///< Made by the constructor, unless it stops early.
     DefaultGuids m_DefaultGuids{};
 
+    // Wake event, closing list and lock go in the reverse of this order.
+    Event m_WakeEvent;
+
     // Guarded by m_Lock.
     DeviceMaps m_Devices;
     ClosingList m_Closing{m_Lock};
     bool m_StopRequested = false;
     DWORD m_ThreadId = 0;
 
-    Event m_WakeEvent;
     mutable CriticalSection m_Lock;
     HANDLE m_Thread = nullptr; ///< Kept: never closed. Null when there is no thread.
 };

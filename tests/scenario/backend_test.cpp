@@ -1,5 +1,5 @@
 // How the backend object comes and goes: timer, window, monitor, and what happens when one of them is refused.
-#include "scenario.h"
+#include "thread_calls.h"
 
 #include <algorithm>
 
@@ -24,37 +24,61 @@ std::vector<std::string> namesOf(Simulation& sim, const std::vector<std::string>
 } // namespace
 } // namespace scenario
 
-SCENARIO(Backend, Creation_TakesTimerEventWindowAndMonitorInOrder,
-         "The backend takes the timer period, its event, the window, the monitor's events, the first lists and the "
-         "monitor thread, in this order.") {
+SCENARIO(
+    Backend, Creation_TakesTimerEventWindowAndMonitorInOrder,
+    "The backend takes the timer period, the DSP lock's section and event, the window, the monitor's section and "
+    "events, the first lists and the monitor thread, in this order.") {
     sim.playback("Speaker");
     sim.capture("Microphone");
     client.initialize();
     const std::vector<std::string> expected = {"timeGetDevCaps",
                                                "timeBeginPeriod",
+                                               "InitializeCriticalSection",
                                                "CreateEventW manual reset",
                                                "CreateWindowExW",
+                                               "InitializeCriticalSection",
                                                "CreateEventW manual reset",
                                                "CreateEventW auto reset",
                                                "DirectSoundEnumerateW",
                                                "DirectSoundCaptureEnumerateW",
                                                "_beginthreadex"};
-    EXPECT_EQ(namesOf(sim, {"timeGetDevCaps", "timeBeginPeriod", "CreateEventW", "CreateWindowExW",
-                            "DirectSoundEnumerateW", "DirectSoundCaptureEnumerateW", "_beginthreadex"}),
-              expected);
+    std::vector<std::string> names =
+        namesOf(sim, {"timeGetDevCaps", "timeBeginPeriod", "InitializeCriticalSection", "CreateEventW",
+                      "CreateWindowExW", "DirectSoundEnumerateW", "DirectSoundCaptureEnumerateW", "_beginthreadex"});
+    names.erase(names.begin(), std::ranges::find(names, "timeGetDevCaps")); // the sections of the open devices
+    EXPECT_EQ(names, expected);
     client.finalize();
 }
 
 SCENARIO(Backend, Destruction_EndsMonitorThenWindowThenTimerThenLock,
-         "Finalize ends the monitor first, then destroys the window, gives the timer period back, and closes the "
-         "lock's event last.") {
+         "Finalize tells the monitor to stop under its section and waits for its end without limit, gives back its "
+         "section, its news of closed devices and its wake event, then destroys the window, gives the timer period "
+         "back, and closes the DSP lock's event before its section.") {
     client.initialize();
     sim.advance(10);
-    const std::size_t before = sim.script().callsBeginning("").size();
+    client.lockDsp();
+    client.unlockDsp();
+    const std::string dspSection = sim.calls("LeaveCriticalSection").back().subject;
+    const std::string dspEvent = sim.calls("SetEvent").back().subject;
+    client.waitForClosed();
+    scenario::Roles roles = {{dspSection, "DSP section"},
+                             {dspEvent, "DSP event"},
+                             {sim.calls("EnterCriticalSection").back().subject, "monitor"},
+                             {sim.calls("ResetEvent").back().subject, "news"}};
+    const std::size_t before = scenario::callsSoFar(sim);
     client.finalize();
-    const std::vector<std::string> expected = {"_endthreadex",  "CloseHandle",   "CloseHandle",
-                                               "DestroyWindow", "timeEndPeriod", "CloseHandle"};
-    EXPECT_EQ(namesOf(sim, {"_endthreadex", "CloseHandle", "DestroyWindow", "timeEndPeriod"}, before), expected);
+    roles[sim.calls("WaitForSingleObject").back().subject] = "thread";
+    for (const CallRecord& wait : sim.calls("WaitForSingleObject")) {
+        if (wait.arguments == "1000")
+            roles[wait.subject] = "wake";
+    }
+    std::vector<std::string> calls = scenario::threadCalls(sim, "client", before, roles);
+    ASSERT_GT(calls.size(), 2u);
+    calls.resize(calls.size() - 2); // the sections of the open devices
+    EXPECT_EQ(calls, (std::vector<std::string>{"enter monitor", "set wake", "leave monitor", "wait thread INFINITE",
+                                               "enter monitor", "set news", "leave monitor", "delete monitor",
+                                               "close news", "close wake", "DestroyWindow", "timeEndPeriod",
+                                               "close DSP event", "delete DSP section"}));
 }
 
 SCENARIO(Backend, TimerPeriod_IsLoggedBeforeItIsSet,
