@@ -115,6 +115,46 @@ SCENARIO(CaptureFormat, EverythingOther_IsToldInTwoLines,
     expectOtherFormat(sim, client, {4, 32000, 8, std::nullopt}, "capture open got 32000 8 2");
 }
 
+SCENARIO(CaptureFormat, OtherThanEachRequest_IsToldWithThatRequest,
+         "The first line about another format tells what was requested: 48000, the chosen sample size and the chosen "
+         "channels, of which the second line repeats the channels.") {
+    Device& microphone = sim.capture("Microphone").bufferKeeps({2, 22050, 32, std::nullopt});
+    EXPECT_EQ(client.initialize(), 0);
+    struct Case {
+        DWORD offered;
+        const char* asked;
+        const char* got;
+    };
+    for (const Case& c : {Case{0x8000, "capture open requested 48000 16 2", "capture open got 22050 32 2"},
+                          Case{0x4000, "capture open requested 48000 16 1", "capture open got 22050 32 1"},
+                          Case{0x2000, "capture open requested 48000 8 2", "capture open got 22050 32 2"},
+                          Case{0x1000, "capture open requested 48000 8 1", "capture open got 22050 32 1"}}) {
+        client.logs.clear();
+        EXPECT_EQ(client.open(microphone.captureFormats(c.offered)).result, 0);
+        EXPECT_EQ(client.logTexts(3), std::vector<std::string>{c.asked});
+        EXPECT_EQ(client.logTexts(1), std::vector<std::string>{c.got});
+        EXPECT_EQ(client.close(microphone), 0);
+    }
+    client.waitForClosed();
+    client.finalize();
+}
+
+SCENARIO(CaptureFormat, RequestedFormat_IsNotToldAtAnyLevel,
+         "A driver that delivers what it was asked for is not told of, whatever was asked for, and neither is one "
+         "that describes it with a channel mask.") {
+    Device& microphone = sim.capture("Microphone");
+    EXPECT_EQ(client.initialize(), 0);
+    client.logs.clear();
+    for (const DWORD offered : {0x8000u, 0x4000u, 0x2000u, 0x1000u}) {
+        EXPECT_EQ(client.open(microphone.captureFormats(offered)).result, 0);
+        EXPECT_EQ(client.close(microphone), 0);
+    }
+    microphone.captureFormats(0x8000).bufferKeeps({2, 48000, 16, 0x600});
+    EXPECT_EQ(client.open(microphone).result, 0);
+    EXPECT_TRUE(client.logs.empty());
+    client.closeAndFinalize({&microphone});
+}
+
 SCENARIO(CaptureFormat, OtherFormatWithoutLogCallback_IsAccepted,
          "A client without a log callback gets the delivered format as well.") {
     Device& microphone = sim.capture("Microphone").bufferKeeps({1, 44100, 16, std::nullopt});

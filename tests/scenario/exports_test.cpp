@@ -14,6 +14,8 @@ Wide widened(Function* function) {
 }
 
 using WideCommand = BackendResult (*)(DirectSoundBackend*, int, const char*, std::uint32_t);
+using WideEnum = BackendResult (*)(DirectSoundBackend*, int, EnumDevicesCallback, void*);
+using WideDefault = BackendResult (*)(DirectSoundBackend*, int, DeviceInfoRecord*);
 using WideOpen = BackendResult (*)(DirectSoundBackend*, int, const char*, std::uint32_t, std::uint32_t*,
                                    std::uint32_t*, std::uint32_t*, std::uint32_t*);
 
@@ -101,6 +103,7 @@ SCENARIO(Exports, WrongDirection_IsRefusedBeforeAnythingElse,
 SCENARIO(Exports, DirectionOfMoreThanEightBits_CountsByItsLowestByte,
          "A direction is eight bits wide: 257 is playback, and 256 is none.") {
     const Device& speaker = sim.playback("Speaker");
+    sim.capture("Microphone");
     client.initialize();
     std::array<std::uint32_t, 4> format{};
     const auto open = widened<WideOpen>(sim.exports().orvosoundbackend_openDevice);
@@ -112,6 +115,15 @@ SCENARIO(Exports, DirectionOfMoreThanEightBits_CountsByItsLowestByte,
     EXPECT_EQ(widened<WideCommand>(exports.orvosoundbackend_startDevice)(client.backend, 257, id.c_str(), 7), 0);
     EXPECT_EQ(widened<WideCommand>(exports.orvosoundbackend_stopDevice)(client.backend, 257, id.c_str(), 7), 0);
     EXPECT_EQ(widened<WideCommand>(exports.orvosoundbackend_closeDevice)(client.backend, 257, id.c_str(), 7), 0);
+    EXPECT_EQ(widened<WideCommand>(exports.orvosoundbackend_closeDevice)(client.backend, 256, id.c_str(), 7), -5);
+    const auto list = widened<WideEnum>(exports.orvosoundbackend_enumDevices);
+    EXPECT_EQ(list(client.backend, 258, &ignoreDevice, nullptr), 0);
+    EXPECT_EQ(list(client.backend, 256, &ignoreDevice, nullptr), -5);
+    const auto query = widened<WideDefault>(exports.orvosoundbackend_getDefaultDevice);
+    DeviceInfoRecord record{};
+    EXPECT_EQ(query(client.backend, 257, &record), 0);
+    EXPECT_EQ(record.id, id);
+    EXPECT_EQ(query(client.backend, 512, &record), -5);
     client.waitForClosed();
     client.finalize();
 }

@@ -100,12 +100,19 @@ SCENARIO(HresultText, LineEnds_AreCutOnce,
     const Device& speaker = sim.playback("Speaker");
     client.initialize();
     const std::vector<std::pair<std::wstring, std::string>> all{
-        {L"words\r\n", "words"}, {L"words\n", "words"},
-        {L"words\r", "words\r"}, {L"words", "words"},
-        {L"w\n\n", "w\n"},       {L"w\r\n\r\n", "w\r\n"},
-        {L"\n", "\n"},           {L"\r\n", ""},
-        {L"w\n", "w"},           {L"two\r\nlines", "two\r\nlines"},
-        {L"w \r\n", "w "},       {L"x", "x"},
+        {L"words\r\n", "words"},
+        {L"words\n", "words"},
+        {L"words\r", "words\r"},
+        {L"words", "words"},
+        {L"w\n\n", "w\n"},
+        {L"w\r\n\r\n", "w\r\n"},
+        {L"\n", "\n"},
+        {L"\r\n", ""},
+        {L"w\n", "w"},
+        {L"two\r\nlines", "two\r\nlines"},
+        {L"w \r\n", "w "},
+        {L"x", "x"},
+        {{L"words\0more\r\n", 12}, "words"}, // it ends where its terminator stands
     };
     for (const auto& [message, text] : all) {
         sim.system().messages[0x80004005] = message;

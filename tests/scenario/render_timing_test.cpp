@@ -270,10 +270,12 @@ SCENARIO(RenderTiming, ComputedWait_IsToldBeyond20WithoutAUnit,
         sim.on("Secondary.Lock").of(speaker.label()).onCall(2).fails(S_OK);
         EXPECT_EQ(client.start(speaker), 0);
         sim.advance(10);
-        if (frames == 1049u)
+        if (frames == 1049u) {
             expectTrouble({});
-        else
+        } else {
             expectTrouble({kLine + "msecsToWait =  21"});
+            expectLog(2, speaker, kLine + "msecsToWait =  21");
+        }
         EXPECT_EQ(client.close(speaker), 0);
         client.waitForClosed();
         EXPECT_EQ(timedWaits(sim, event), std::vector<std::string>{frames == 1049u ? "21" : "22"});

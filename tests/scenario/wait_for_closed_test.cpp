@@ -64,6 +64,41 @@ SCENARIO(WaitForClosed, DevicesClosing_AreClosedInTheOrderOfTheirCloses,
     client.finalize();
 }
 
+SCENARIO(WaitForClosed, DeviceThatIsBeingEnded_IsStillWaitedFor,
+         "A device that the monitor is already ending is waited for like one that it has not begun with.") {
+    const Device& speaker = sim.playback("Speaker");
+    client.initialize();
+    client.open(speaker);
+    client.start(speaker);
+    sim.advance(100);
+    sim.on("Secondary.Stop").takes(300);
+    const double before = sim.now();
+    client.close(speaker);
+    sim.advance(100);
+    EXPECT_EQ(client.waitForClosed(), 0);
+    EXPECT_EQ(sim.now(), before + 300);
+    EXPECT_TRUE(sim.sound().living(speaker).empty());
+    expectErrorLines({"Waiting for device to close"});
+    client.finalize();
+}
+
+SCENARIO(WaitForClosed, MonitorThreadEndedEarly_WaitsWithoutEnd,
+         "When the monitor's thread has ended for want of COM nobody closes the devices, and the wait for them does "
+         "not return; one with nothing to wait for does.") {
+    const Device& speaker = sim.playback("Speaker");
+    sim.system().messages[0x80010106] = L"Another apartment.";
+    sim.on("CoInitializeEx").onCall(1).fails(RPC_E_CHANGED_MODE);
+    client.initialize();
+    sim.advance(1);
+    EXPECT_EQ(client.waitForClosed(), 0);
+    client.open(speaker);
+    client.close(speaker);
+    EXPECT_TRUE(hangs([this] { client.waitForClosed(); }));
+    EXPECT_EQ(sim.errorLines().back(), "Waiting for device to close");
+    EXPECT_FALSE(sim.sound().living(speaker).empty());
+    mayEndStuck = true; // the wait still waits
+}
+
 SCENARIO(WaitForClosed, InsideANotification_ClosesOnTheMonitorThread,
          "Inside a notification the wait closes the devices on the monitor thread itself and returns when they are "
          "gone.") {

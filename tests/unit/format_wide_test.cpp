@@ -1,7 +1,10 @@
 #include "diagnostics/format_wide.h"
 
+#include <windows.h>
+
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
 
 namespace directsound {
@@ -48,6 +51,21 @@ TEST(FormatWide, CapacityBeyondLimit_EmptyAndRefused) {
     EXPECT_EQ(formatWide(buffer, std::size_t{2147483648}, L"a"), kInvalidParameter);
     EXPECT_EQ(buffer[0], L'\0');
     EXPECT_EQ(buffer[1], L'x');
+}
+
+TEST(FormatWide, CapacityAtLimit_Formatted) {
+    // The limit's four gigabytes are reserved; only the pages of the first and the last unit exist.
+    constexpr std::size_t kCapacity = 2147483647;
+    constexpr std::size_t kPage = 4096;
+    auto* const memory = static_cast<std::byte*>(
+        VirtualAlloc(nullptr, kCapacity * sizeof(wchar_t) + kPage, MEM_RESERVE, PAGE_READWRITE));
+    ASSERT_NE(memory, nullptr);
+    ASSERT_NE(VirtualAlloc(memory, kPage, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    ASSERT_NE(VirtualAlloc(memory + (kCapacity - 1) * sizeof(wchar_t), kPage, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    auto* const buffer = reinterpret_cast<wchar_t*>(memory);
+    EXPECT_EQ(formatWide(buffer, kCapacity, L"%d", 12), 0);
+    EXPECT_EQ(std::wstring(buffer), L"12");
+    VirtualFree(memory, 0, MEM_RELEASE);
 }
 
 } // namespace
