@@ -253,6 +253,8 @@ void Client::capture(void* client, const char* device, AudioBlock* block, AudioB
 void Client::log(void* client, const char* device, const char* text, std::int32_t level) {
     auto& self = *static_cast<Client*>(client);
     self.m_Sim.scheduler().point("logMessage", text);
+    if (level < 1 || level > 3)
+        self.problem("logMessage of level " + std::to_string(level));
     self.logs.push_back({self.m_Sim.now(), threadName(), device, text, level});
     if (self.onLog)
         self.onLog(LogLine(self.logs.back()));

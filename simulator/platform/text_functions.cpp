@@ -6,6 +6,12 @@
 namespace simulator {
 namespace {
 
+// The arguments of a conversion, for the record.
+std::string conversion(UINT page, DWORD flags, int length, int capacity) {
+    return "page " + std::to_string(page) + " flags " + std::to_string(flags) + " length " + std::to_string(length) +
+           " capacity " + std::to_string(capacity);
+}
+
 void noteLocal(World& w, const void* memory, const char* source) {
     w.ledger.take(Kind::localMemory, reinterpret_cast<std::uintptr_t>(memory), std::string("of ") + source);
 }
@@ -15,7 +21,7 @@ DWORD WINAPI formatMessage(DWORD flags, LPCVOID source, DWORD id, DWORD language
     World* w = scheduledWorld();
     if (!w)
         return FormatMessageW(flags, source, id, language, buffer, size, arguments);
-    return w->call<DWORD>("FormatMessageW", "", 0, [&]() -> DWORD {
+    const auto format = [&]() -> DWORD {
         auto** allocated = static_cast<wchar_t**>(static_cast<void*>(buffer));
         const bool allocates = (flags & FORMAT_MESSAGE_ALLOCATE_BUFFER) != 0;
         DWORD length = 0;
@@ -34,7 +40,10 @@ DWORD WINAPI formatMessage(DWORD flags, LPCVOID source, DWORD id, DWORD language
         if (length > 0 && allocates)
             noteLocal(*w, *allocated, "FormatMessageW");
         return length;
-    });
+    };
+    return w->call<DWORD>("FormatMessageW", "", 0, format,
+                          "flags " + std::to_string(flags) + " language " + std::to_string(language) +
+                              (source || arguments ? " with a source" : ""));
 }
 
 HLOCAL WINAPI localAlloc(UINT flags, SIZE_T bytes) {
@@ -62,8 +71,10 @@ int WINAPI narrowToWide(UINT page, DWORD flags, LPCCH source, int length, LPWSTR
     World* w = scheduledWorld();
     if (!w)
         return MultiByteToWideChar(page, flags, source, length, target, capacity);
-    return w->call("MultiByteToWideChar", "", 0,
-                   [&] { return MultiByteToWideChar(page, flags, source, length, target, capacity); });
+    return w->call(
+        "MultiByteToWideChar", "", 0,
+        [&] { return MultiByteToWideChar(page, flags, source, length, target, capacity); },
+        conversion(page, flags, length, capacity));
 }
 
 int WINAPI wideToNarrow(UINT page, DWORD flags, LPCWCH source, int length, LPSTR target, int capacity,
@@ -71,9 +82,12 @@ int WINAPI wideToNarrow(UINT page, DWORD flags, LPCWCH source, int length, LPSTR
     World* w = scheduledWorld();
     if (!w)
         return WideCharToMultiByte(page, flags, source, length, target, capacity, defaultCharacter, usedDefault);
-    return w->call("WideCharToMultiByte", "", 0, [&] {
-        return WideCharToMultiByte(page, flags, source, length, target, capacity, defaultCharacter, usedDefault);
-    });
+    return w->call(
+        "WideCharToMultiByte", "", 0,
+        [&] {
+            return WideCharToMultiByte(page, flags, source, length, target, capacity, defaultCharacter, usedDefault);
+        },
+        conversion(page, flags, length, capacity) + (defaultCharacter || usedDefault ? " with a default" : ""));
 }
 
 } // namespace

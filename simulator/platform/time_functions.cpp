@@ -90,6 +90,11 @@ BOOL WINAPI verifyVersion(LPOSVERSIONINFOEXW wanted, DWORD mask, DWORDLONG condi
         [&]() -> BOOL {
             if (mask != (VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR))
                 w->findings.add("VerifyVersionInfoW does not ask for major, minor and service pack");
+            DWORDLONG atLeast = 0;
+            for (const DWORD part : {DWORD{VER_MAJORVERSION}, DWORD{VER_MINORVERSION}, DWORD{VER_SERVICEPACKMAJOR}})
+                atLeast = VerSetConditionMask(atLeast, part, VER_GREATER_EQUAL);
+            if (conditions != atLeast)
+                w->findings.add("VerifyVersionInfoW asks for something else than at least a version");
             const SystemScript& system = w->system;
             if (std::tuple<DWORD, DWORD, DWORD>(system.majorVersion, system.minorVersion, system.servicePack) >=
                 std::tuple<DWORD, DWORD, DWORD>(wanted->dwMajorVersion, wanted->dwMinorVersion,

@@ -175,7 +175,8 @@ public:
             "CreateBuffer",
             [&]() -> HRESULT {
                 if (!description || !buffer || description->dwSize != sizeof(DSCBUFFERDESC) ||
-                    !description->lpwfxFormat || description->dwBufferBytes == 0 || description->dwReserved != 0)
+                    !description->lpwfxFormat || description->dwBufferBytes == 0 || description->dwReserved != 0 ||
+                    description->dwFXCount != 0 || description->lpDSCFXDesc)
                     return DSERR_INVALIDPARAM;
                 if (outer)
                     return DSERR_NOAGGREGATION;

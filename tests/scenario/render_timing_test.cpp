@@ -111,6 +111,25 @@ SCENARIO(RenderTiming, EachSlowBlock_IsMeasuredByItself,
     client.closeAndFinalize({&speaker});
 }
 
+SCENARIO(RenderTiming, TellingOfASlowBlock_DoesNotMakeTheNextOneSlow,
+         "The time that the client takes for the line about a slow block counts for the pass, and not for the next "
+         "block.") {
+    Device& speaker = sim.playback("Speaker").freezes();
+    EXPECT_EQ(client.initialize(), 0);
+    EXPECT_EQ(client.open(speaker).result, 0);
+    EXPECT_EQ(client.start(speaker), 0);
+    sim.advance(100);
+    client.onLog = [&](const LogLine& line) {
+        if (line.text.find("proc (3)") == std::string::npos)
+            sim.spend(70);
+    };
+    sim.on("Secondary.Lock").onCall(1).takes(41);
+    speaker.jumps(60);
+    sim.advance(300);
+    expectTrouble({slowBlock(41), slowPass(41 + 70 + 21)});
+    client.closeAndFinalize({&speaker});
+}
+
 SCENARIO(RenderTiming, LastBlockOfAPass_IsNotToldAsBlock,
          "The last block of a pass has no line of its own, however slow; it counts for the pass.") {
     Device& speaker = sim.playback("Speaker").freezes();
