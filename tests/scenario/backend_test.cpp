@@ -96,16 +96,20 @@ SCENARIO(Backend, TimerPeriod_IsLoggedBeforeItIsSet,
 }
 
 SCENARIO(Backend, OtherTimerPeriod_IsTakenAndGivenBackAsReported,
-         "Whatever smallest period the timer reports is set, logged and given back.") {
-    sim.system().timerMinimum = 1016;
-    client.initialize();
-    EXPECT_EQ(client.logTexts(3), std::vector<std::string>{"setting timer resolution to 1016ms"});
-    ASSERT_EQ(sim.calls("timeBeginPeriod").size(), 1u);
-    EXPECT_EQ(sim.calls("timeBeginPeriod")[0].arguments, "1016");
-    EXPECT_EQ(sim.count("timeEndPeriod"), 0u);
-    client.finalize();
-    ASSERT_EQ(sim.calls("timeEndPeriod").size(), 1u);
-    EXPECT_EQ(sim.calls("timeEndPeriod")[0].arguments, "1016");
+         "Whatever smallest period the timer reports is set, logged as an unsigned number and given back.") {
+    for (const char* period : {"1016", "4000000000"}) {
+        sim.system().timerMinimum = static_cast<DWORD>(std::stoul(period));
+        client.logs.clear();
+        client.initialize();
+        EXPECT_EQ(client.logTexts(3),
+                  std::vector<std::string>{std::string("setting timer resolution to ") + period + "ms"});
+        EXPECT_EQ(sim.calls("timeBeginPeriod").back().arguments, period);
+        EXPECT_EQ(sim.count("timeBeginPeriod"), sim.count("timeEndPeriod") + 1);
+        client.finalize();
+        EXPECT_EQ(sim.calls("timeEndPeriod").back().arguments, period);
+    }
+    EXPECT_EQ(sim.count("timeBeginPeriod"), 2u);
+    EXPECT_EQ(sim.count("timeEndPeriod"), 2u);
 }
 
 SCENARIO(Backend, TimerThatCannotBeRead_IsLeftAloneInSilence,

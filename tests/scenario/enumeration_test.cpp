@@ -108,6 +108,28 @@ SCENARIO(Enumeration, Record_HoldsBothTextsAndZerosElsewhere,
     client.finalize();
 }
 
+SCENARIO(Enumeration, ClientWritesIntoTheRecord_NextOneIsWhole,
+         "What a client writes into the record that it is handed does not show in the next one.") {
+    sim.playback("A").named(L"A");
+    sim.playback("B").named(L"B");
+    sim.capture("Microphone");
+    client.initialize();
+    static std::vector<DeviceInfoRecord> seen;
+    seen.clear();
+    const EnumDevicesCallback scribble = [](const DeviceInfoRecord* record, void*) -> std::int32_t {
+        seen.push_back(*record);
+        std::memset(const_cast<DeviceInfoRecord*>(record), 0xEE, sizeof(*record));
+        return 0;
+    };
+    EXPECT_EQ(sim.exports().orvosoundbackend_enumDevices(client.backend, 1, scribble, nullptr), 0);
+    const std::vector<ListedDevice> listed = client.list(Direction::playback);
+    ASSERT_EQ(seen.size(), 2u);
+    ASSERT_EQ(listed.size(), 2u);
+    for (std::size_t i = 0; i < 2; ++i)
+        EXPECT_EQ(std::memcmp(&seen[i], &listed[i].record, sizeof(DeviceInfoRecord)), 0);
+    client.finalize();
+}
+
 SCENARIO(Enumeration, NamesUpTo254Bytes_AreCutAfter247,
          "A name arrives with at most 247 bytes: names of 0, 246 and 247 bytes arrive whole, names of 248 to 254 "
          "bytes are cut.") {
