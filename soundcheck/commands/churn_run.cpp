@@ -1,11 +1,26 @@
 #include "commands/churn_run.h"
 
 #include "commands/device_run.h"
+#include "platform/system_info.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
+#include <thread>
 
 namespace soundcheck {
+namespace {
+
+/** Of opening a device again. */
+constexpr int kAttempts = 3;
+constexpr auto kPause = std::chrono::milliseconds(100);
+
+bool mayBeLateEvent(ChurnCall call, BackendResult code) {
+    return (call == ChurnCall::open || call == ChurnCall::start) &&
+           (code == ORVO_CALL_OUT_OF_ORDER || code == ORVO_UNKNOWN) && wineVersion().has_value();
+}
+
+} // namespace
 
 ChurnRun::ChurnRun(const RunContext& context, Checks& checks, Session& session, std::vector<PickedDevice> devices)
     : m_context(context), m_checks(checks), m_session(session), m_picked(std::move(devices)),
@@ -14,22 +29,26 @@ ChurnRun::ChurnRun(const RunContext& context, Checks& checks, Session& session, 
 bool ChurnRun::perform(const ChurnStep& step) {
     ChurnTimes& times = m_times[static_cast<std::size_t>(step.call)];
     const auto before = std::chrono::steady_clock::now();
-    bool well = true;
+    std::optional<BackendError> failure;
     try {
         call(step);
     } catch (const BackendError& error) {
-        well = false;
         ++times.failed;
-        noteFailure(step, error);
+        failure = error;
     }
     const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - before;
     ++times.count;
     times.totalMilliseconds += taken.count();
     times.slowestMilliseconds = std::max(times.slowestMilliseconds, taken.count());
     countBlocks();
-    if (!well)
-        closeAll();
-    return well;
+    if (!failure)
+        return true;
+    closeAll();
+    if (mayBeLateEvent(step.call, failure->code()) && opensAndStarts(step.device))
+        ++m_lateEvents;
+    else
+        noteFailure(step, *failure);
+    return false;
 }
 
 void ChurnRun::call(const ChurnStep& step) {
@@ -80,6 +99,21 @@ void ChurnRun::countBlocks() {
     for (NotingStream* const stream : m_streams)
         while (stream != nullptr && stream->events().take())
             ++m_blocks;
+}
+
+bool ChurnRun::opensAndStarts(std::size_t number) {
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        std::this_thread::sleep_for(kPause); // what was closed just now may have a late event of its own
+        try {
+            open(number);
+            m_session.start(*m_devices[number]);
+            closeAll();
+            return true;
+        } catch (const BackendError&) {
+            closeAll();
+        }
+    }
+    return false;
 }
 
 void ChurnRun::noteFailure(const ChurnStep& step, const BackendError& error) {

@@ -41,12 +41,6 @@ constexpr std::array<Note, 8> kNotes = {
       "A device does not bear being opened and closed in quick succession. Wait a second before it is opened "
       "again."}}};
 
-/** What Wine's driver provokes: the event of a stream that was just closed wakes a device that is being opened. */
-bool isLateEvent(const Json& failure) {
-    const int code = failure.value("code", 0);
-    return code == -232 || code == -233;
-}
-
 } // namespace
 
 std::string doctorNote(std::string_view command, Verdict verdict, const Json& section) {
@@ -59,13 +53,11 @@ std::string doctorNote(std::string_view command, Verdict verdict, const Json& se
         section["peak_db"] <= kSilentPeakDecibels)
         text = "The device delivers, but only silence. When it is a microphone: it may be muted at itself or in the "
                "system's sound settings, or the privacy settings keep programs from it.";
-    if (command == "churn" && section.is_object() && section.contains("failures")) {
-        const Json& failures = section["failures"];
-        if (std::any_of(failures.begin(), failures.end(), isLateEvent))
-            text +=
-                " An opening that fails with -232 or -233 is known in Wine: its driver sets the event of a stream "
-                "once more after it was closed, which can wake a device that is just being opened. Open it again.";
-    }
+    if (command == "churn" && section.is_object() && section.value("late_events", 0) != 0)
+        text += " Some calls were answered with -232 or -233 and went well when they were tried again. That is "
+                "Wine's: its "
+                "driver sets the event of a stream once more after it was closed, which can wake another device. A "
+                "client there opens the device again.";
     return text;
 }
 

@@ -92,7 +92,7 @@ TEST_F(Churn, CallsThatFail_AreToldWithTheirCodeAndItGoesOn) {
     misbehave("flaky-open");
     EXPECT_EQ(run({"churn", "--seed", "5", "--rounds", "150", "--json"}), 1);
     const Json document = Json::parse(output());
-    const Json section = document["churn"];
+    const Json& section = document["churn"];
     EXPECT_EQ(section["rounds"], 150);
     ASSERT_EQ(section["failures"].size(), 1U);
     EXPECT_EQ(section["failures"][0]["call"], "open");
@@ -102,6 +102,34 @@ TEST_F(Churn, CallsThatFail_AreToldWithTheirCodeAndItGoesOn) {
     EXPECT_EQ(document["findings"].size(), 1U); // each code once
     EXPECT_EQ(journal().find("TWICE"), std::string::npos);
     EXPECT_EQ(journal().find("TOO-EARLY"), std::string::npos);
+}
+
+TEST_F(Churn, LateEvent_IsCountedApartInWineOnly) {
+    misbehave("late-event");
+    EXPECT_EQ(run({"churn", "--seed", "5", "--rounds", "150", "--json"}), wineVersion() ? 0 : 1);
+    const Json section = Json::parse(output())["churn"];
+    EXPECT_EQ(section["late_events"], wineVersion() ? 1 : 0);
+    EXPECT_EQ(section["failed"], wineVersion() ? 0 : 1);
+    EXPECT_EQ(section["calls"]["start"]["failed"], 1);
+    EXPECT_EQ(section["rounds"], 150);
+    EXPECT_EQ(journal().find("TWICE"), std::string::npos);
+    EXPECT_EQ(journal().find("TOO-EARLY"), std::string::npos);
+}
+
+TEST_F(Churn, DeviceThatNeverStarts_IsNoLateEvent) {
+    misbehave("start-out-of-order");
+    EXPECT_EQ(run({"churn", "--seed", "5", "--rounds", "20", "--json"}), 1);
+    const Json document = Json::parse(output());
+    EXPECT_EQ(document["churn"]["late_events"], 0);
+    ASSERT_EQ(document["churn"]["failures"].size(), 1U);
+    EXPECT_EQ(document["churn"]["failures"][0]["code"], ORVO_CALL_OUT_OF_ORDER);
+    EXPECT_NE(document["findings"][0].get<std::string>().find("Starting the device failed"), std::string::npos);
+}
+
+TEST_F(Churn, ManyLateEvents_AreAFailure) {
+    misbehave("late-events");
+    EXPECT_EQ(run({"churn", "--seed", "5", "--rounds", "150"}), 1);
+    EXPECT_EQ(said("that is more than Wine is known for"), wineVersion().has_value()) << errors();
 }
 
 TEST_F(Churn, CtrlC_ClosesEverything) {

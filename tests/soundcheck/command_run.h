@@ -29,16 +29,13 @@ protected:
         m_speech = sine16(440, 48000, 24123, 2);
         store(m_folder.file("speech.wav"), wavFile(formatChunk(1, 2, 48000, 16), sampleBytes(m_speech)));
     }
-    ~CommandRun() override {
-        if (m_fake != nullptr)
-            FreeLibrary(m_fake);
-    }
     void SetUp() override { ASSERT_NE(m_fake, nullptr); }
+    void TearDown() override { FreeLibrary(m_fake); }
 
     static void misbehave(const char* words) { SetEnvironmentVariableA("FAKE_BACKEND", words); }
 
     int run(std::vector<std::string> arguments) {
-        arguments.push_back("--dll");
+        arguments.emplace_back("--dll");
         arguments.push_back(pathText(programFolder() / L"fake_backend.dll"));
         return runAsIs(std::move(arguments));
     }

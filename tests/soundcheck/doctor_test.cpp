@@ -69,10 +69,11 @@ TEST(DoctorNotes, SilentMicrophone_IsExplained) {
     EXPECT_EQ(doctorNote("record", Verdict::passed, {{"peak_db", -30.0}}).find("muted"), std::string::npos);
 }
 
-TEST(DoctorNotes, LateEventOfWine_IsExplained) {
-    const Json section = {{"failures", {{{"call", "open"}, {"code", -233}, {"count", 1}}}}};
-    EXPECT_NE(doctorNote("churn", Verdict::failed, section).find("-233 is known in Wine"), std::string::npos);
-    EXPECT_EQ(doctorNote("churn", Verdict::failed, {{"failures", Json::array()}}).find("Wine"), std::string::npos);
+TEST(DoctorNotes, LateEventsOfWine_AreExplained) {
+    for (const Verdict verdict : {Verdict::passed, Verdict::failed}) {
+        EXPECT_NE(doctorNote("churn", verdict, {{"late_events", 1}}).find("That is Wine's"), std::string::npos);
+        EXPECT_EQ(doctorNote("churn", verdict, {{"late_events", 0}}).find("Wine"), std::string::npos);
+    }
 }
 
 TEST(DoctorNotes, EveryCommand_HasOne) {

@@ -23,6 +23,8 @@ constexpr const char* kHeadset = "{22222222-0000-0000-0000-000000000002}";
 class CountingSource final : public BlockSource {
 public:
     explicit CountingSource(std::atomic<int>& gone) : m_gone(gone) {}
+    CountingSource(const CountingSource&) = delete;
+    CountingSource& operator=(const CountingSource&) = delete;
     ~CountingSource() override { ++m_gone; }
     std::int32_t fill(const AudioBlock& block) override {
         ++m_blocks;
@@ -62,7 +64,7 @@ protected:
         SetEnvironmentVariableA("FAKE_BACKEND", nullptr);
         m_options.library = pathText(programFolder() / "fake_backend.dll");
     }
-    ~Sessions() override {
+    void TearDown() override {
         SetEnvironmentVariableA("FAKE_BACKEND", nullptr);
         FreeLibrary(m_fake);
     }

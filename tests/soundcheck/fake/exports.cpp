@@ -25,6 +25,7 @@ struct DirectSoundBackend {
     std::vector<std::unique_ptr<OpenDevice>> closed;
     std::map<std::string, int> openings; ///< by direction and identifier
     int opens = 0;
+    int starts = 0;
     std::atomic<bool> latecomerIsThere = false;
     std::thread monitor;
 };
@@ -181,6 +182,10 @@ FAKE_EXPORT BackendResult orvosoundbackend_startDevice(DirectSoundBackend* backe
     }
     if (asked("start-fails"))
         return ORVO_PLAYBACK_START;
+    const int start = ++backend->starts;
+    if (asked("start-out-of-order") || (asked("late-event") && start == 3) ||
+        (asked("late-events") && start % 3 == 0))
+        return ORVO_CALL_OUT_OF_ORDER;
     if (asked("log-error"))
         backend->room.callbacks.logMessage(backend->room.callbacks.clientContext, id, "something broke",
                                            ORVO_LOG_ERROR);

@@ -6,8 +6,9 @@
  *
  * Words for calls: unsupported, initialize-fails, no-devices, no-default, latecomer (a device comes and goes), open-fails,
  * capture-open-fails, second-open-fails and reopen-fails (of each device the second one, all but the first), flaky-open
- * (every fifth), start-fails, stop-fails, stop-hangs, close-hangs, slow-calls (initialize, open, wait, finalize), odd-echo (another rate
- * is announced), log-error (at start).
+ * (every fifth), start-fails, start-out-of-order (all are answered so), late-event and late-events (the third is answered
+ * so, every third), stop-fails, stop-hangs, close-hangs, slow-calls (initialize, open, wait, finalize), odd-echo (another
+ * rate is announced), log-error (at start).
  * Words for audio: silent (no block at all), freeze and freeze-once (no block after the tenth; only the first opening),
  * slow (50 ms per block), eight-bits and loud (capture), alternating-reference, no-reference, loopback (what is played is
  * captured again, see cable.h), echo (the microphone hears what is played, 160 ms behind its reference), deaf (with

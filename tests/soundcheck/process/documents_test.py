@@ -38,6 +38,8 @@ RUNS = [
     (1, "no-reference", "complete", ["echo", "--seconds", "1"]),
     (0, "", "complete", ["churn", "--rounds", "30"]),
     (1, "flaky-open", "complete", ["churn", "--rounds", "80", "--seed", "5"]),
+    (0, "late-event", "complete", ["churn", "--rounds", "80", "--seed", "5"]),
+    (1, "late-events", "complete", ["churn", "--rounds", "80", "--seed", "5"]),
     (0, "", "complete", ["soak", "--seconds", "1.2"]),
     (1, "capture-open-fails slow", "complete", ["soak", "--seconds", "1.3"]),
     (77, "no-devices", "failed", ["soak"]),
