@@ -12,19 +12,19 @@ namespace {
 
 constexpr std::size_t kLeastName = 8;
 
-/** Columns behind the name; wide enough for days. */
+/** Columns behind the name; wide enough for two days, and narrow enough for a terminal of 80 characters. */
 struct Column {
     const char* title;
     std::size_t width;
 };
 constexpr std::array<Column, 8> kColumns = {{{"state", 8},
-                                             {"blocks", 9},
+                                             {"blocks", 8},
                                              {"level dB", 9},
-                                             {"gap ms", 8},
+                                             {"gap ms", 7},
                                              {"late", 6},
                                              {"bursts", 7},
-                                             {"echo", 9},
-                                             {"no echo", 9}}};
+                                             {"echo", 8},
+                                             {"no echo", 8}}};
 constexpr std::size_t kDirectionWidth = 9;
 
 using Cells = std::array<std::string, kColumns.size()>;

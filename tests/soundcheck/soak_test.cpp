@@ -32,8 +32,8 @@ TEST(SoakTable, Lines_AreEquallyLongAndNameTheirDevice) {
     for (const std::string& line : lines)
         EXPECT_EQ(toWide(line).size(), toWide(lines[0]).size());
     EXPECT_EQ(lines[1].find("playback Speaker"), 0U);
-    EXPECT_EQ(lines[2].find("capture  Mikrofon \xC3\xA4 running     1234     -6.0 "), 0U) << lines[2];
-    EXPECT_NE(lines[2].find(" 1200       34"), std::string::npos);
+    EXPECT_EQ(lines[2].find("capture  Mikrofon \xC3\xA4 running    1234     -6.0 "), 0U) << lines[2];
+    EXPECT_NE(lines[2].find(" 1200      34"), std::string::npos);
 }
 
 TEST(SoakTable, NarrowTerminal_CutsTheNameOnly) {
@@ -42,6 +42,12 @@ TEST(SoakTable, NarrowTerminal_CutsTheNameOnly) {
     const std::string narrow = soakTable(rows, wide.size() - 5)[1];
     EXPECT_EQ(narrow.size(), wide.size() - 5);
     EXPECT_NE(narrow.find("A very long name of a loudsp "), std::string::npos) << narrow;
+}
+
+TEST(SoakTable, UsualTerminal_ShowsEveryColumn) {
+    const std::vector<SoakRow> rows = {row("A very long name of a loudspeaker")};
+    for (const std::string& line : soakTable(rows, 79))
+        EXPECT_EQ(line.size(), 79U);
 }
 
 class Soak : public test::CommandRun {
