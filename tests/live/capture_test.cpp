@@ -35,7 +35,8 @@ protected:
             return block->frameCount;
         };
         capture->callbacks.capture = [this](const AudioBlock* block, const AudioBlock*) {
-            recording.insert(recording.end(), block->samples, block->samples + block->frameCount * 2);
+            recording.insert(recording.end(), block->samples,
+                             block->samples + static_cast<std::size_t>(block->frameCount) * 2);
             captureTimes.push_back(MachineWatch::Clock::now());
         };
     }

@@ -157,6 +157,7 @@ TEST_P(Order, ThreeDevicesAtOnce_AllMoveAudioAtTheirRate) {
     for (const Device* each : devices)
         ASSERT_TRUE(each->waitForBlocks(10, kPatience));
     std::vector<std::uint64_t> before;
+    before.reserve(devices.size());
     for (const Device* each : devices)
         before.push_back(each->blocks());
     std::this_thread::sleep_for(Milliseconds(2000)); // 100 blocks

@@ -17,6 +17,7 @@ public:
         client.onCapture = [this](const std::string&, AudioBlock& block, AudioBlock*) { take(block); };
         EXPECT_EQ(client.start(microphone), 0);
     }
+    ~Minutes() = default;
     Minutes(const Minutes&) = delete;
     Minutes& operator=(const Minutes&) = delete;
 

@@ -14,6 +14,7 @@ inline constexpr double kUntilRescan = 2001;
 
 inline std::vector<std::string> ids(const std::vector<ListedDevice>& devices) {
     std::vector<std::string> found;
+    found.reserve(devices.size());
     for (const ListedDevice& device : devices)
         found.push_back(device.id);
     return found;
@@ -21,6 +22,7 @@ inline std::vector<std::string> ids(const std::vector<ListedDevice>& devices) {
 
 inline std::vector<std::string> names(const std::vector<ListedDevice>& devices) {
     std::vector<std::string> found;
+    found.reserve(devices.size());
     for (const ListedDevice& device : devices)
         found.push_back(device.name);
     return found;
@@ -29,6 +31,7 @@ inline std::vector<std::string> names(const std::vector<ListedDevice>& devices) 
 // The lengths of the names, as the records tell.
 inline std::vector<unsigned> nameLengths(const std::vector<ListedDevice>& devices) {
     std::vector<unsigned> found;
+    found.reserve(devices.size());
     for (const ListedDevice& device : devices)
         found.push_back(device.record.nameLength);
     return found;

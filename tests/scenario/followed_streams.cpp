@@ -14,9 +14,9 @@ void ReferenceFollower::feed(std::span<const std::byte> reference) {
     frames.feed(reference);
     const std::uint64_t first = simulator::firstNumber(reference, kChannels);
     const std::uint64_t skipped = (first + kNumbers - m_Next) % kNumbers;
-    if (!frames.unbroken() || frames.frames() != m_FramesPerBlock)
-        ++m_Disorder;
-    else if (m_Blocks > 0 && (skipped % m_FramesPerBlock != 0 || skipped >= kNumbers / 2))
+    const bool whole = frames.unbroken() && frames.frames() == m_FramesPerBlock;
+    const bool forward = m_Blocks == 0 || (skipped % m_FramesPerBlock == 0 && skipped < kNumbers / 2);
+    if (!whole || !forward)
         ++m_Disorder;
     else if (m_Blocks > 0)
         m_LeftOut += skipped / m_FramesPerBlock;

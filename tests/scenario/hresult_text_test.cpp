@@ -75,8 +75,9 @@ SCENARIO(HresultText, AudioClientValues_AreNamed,
     for (const std::string& name : all) {
         const std::string digits = value < 0x88890010 ? "0x8889000" : "0x8889001";
         const std::string digit(1, "0123456789abcdef"[value & 15]);
-        EXPECT_EQ(lineFor(sim, client, speaker, value),
-                  "unknown error: AUDCLNT_E_" + name + " (" + digits + digit + ")");
+        std::string expected = "unknown error: AUDCLNT_E_";
+        expected.append(name).append(" (").append(digits).append(digit).append(")");
+        EXPECT_EQ(lineFor(sim, client, speaker, value), expected);
         ++value;
     }
     client.finalize();

@@ -61,10 +61,10 @@ SCENARIO(RenderClient, MissingFramesOfOtherChannelCounts_AreSilenceToTheSample,
         sim.advance(300);
         EXPECT_EQ(client.close(speaker), 0);
         client.waitForClosed();
-        const std::vector<std::int16_t> block = heardBlock(speaker, 6, kBlockFrames * channels * 2u);
+        const std::vector<std::int16_t> block = heardBlock(speaker, 6, std::size_t{kBlockFrames} * channels * 2);
         EXPECT_EQ(silentSamples(block), (kBlockFrames - 7u) * channels);
-        EXPECT_EQ(block.at(7u * channels - 1), -1);
-        EXPECT_EQ(block.at(7u * channels), 0);
+        EXPECT_EQ(block.at(std::size_t{7} * channels - 1), -1);
+        EXPECT_EQ(block.at(std::size_t{7} * channels), 0);
     }
     client.finalize();
 }

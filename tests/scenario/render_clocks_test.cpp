@@ -19,6 +19,7 @@ public:
         device.heard.keep = 0;
         device.heard.listener = [this](std::span<const std::byte> piece) { m_Checker.feed(piece); };
     }
+    ~Listener() = default;
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 

@@ -17,6 +17,7 @@ namespace schedules {
 class Invariants {
 public:
     Invariants(simulator::Simulation& simulation, simulator::Client& client) : m_Sim(simulation), m_Client(client) {}
+    ~Invariants() = default;
     Invariants(const Invariants&) = delete;
     Invariants& operator=(const Invariants&) = delete;
 

@@ -56,7 +56,7 @@ TEST(Marker, Period_BeginsWithItAndIsSilentBehind) {
 }
 
 TEST(MarkerFinder, Markers_AreFoundToTheSample) {
-    std::vector<float> sound(4 * kRate);
+    std::vector<float> sound(std::size_t{4} * kRate);
     const std::vector<std::size_t> places = {100, 48100 + 7, 96100, 144100};
     for (const std::size_t place : places)
         put(sound, place);
@@ -79,8 +79,8 @@ TEST(MarkerFinder, PiecesOfAnySize_GiveTheSame) {
 }
 
 TEST(MarkerFinder, SilenceAndNoise_HoldNoMarker) {
-    EXPECT_TRUE(find(std::vector<float>(2 * kRate)).empty());
-    EXPECT_TRUE(find(noise(3 * kRate, 0.5F)).empty());
+    EXPECT_TRUE(find(std::vector<float>(std::size_t{2} * kRate)).empty());
+    EXPECT_TRUE(find(noise(std::size_t{3} * kRate, 0.5F)).empty());
 }
 
 TEST(MarkerFinder, Threshold_DecidesBothWays) {

@@ -128,6 +128,7 @@ TEST(Intervals, LastBin_IsOpen) {
 
 TEST(Lag, Nanoseconds_AreNoMountains) {
     std::vector<PlottedLag> points;
+    points.reserve(50);
     for (int i = 0; i < 50; ++i)
         points.push_back({i * 0.5, 169.0 + std::sin(i) * 1e-6});
     const auto heights = numbersOf(lagPicture(points), "point", "cy");

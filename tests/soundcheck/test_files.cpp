@@ -86,7 +86,8 @@ std::string text(const std::filesystem::path& file) {
 std::vector<float> sine(double frequency, double rate, std::size_t frames, std::size_t channels, double amplitude) {
     std::vector<float> samples(frames * channels);
     for (std::size_t i = 0; i < samples.size(); ++i) {
-        const double time = static_cast<double>(i / channels) / rate;
+        const std::size_t frame = i / channels;
+        const double time = static_cast<double>(frame) / rate;
         samples[i] = static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * frequency * time));
     }
     return samples;

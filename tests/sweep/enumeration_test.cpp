@@ -21,6 +21,7 @@ Calls callsOf(const std::vector<std::pair<std::string, std::string>>& names) {
 
 std::vector<std::string> wordsOf(const std::vector<Fault>& faults) {
     std::vector<std::string> texts;
+    texts.reserve(faults.size());
     for (const Fault& fault : faults)
         texts.push_back(words(fault));
     return texts;
@@ -75,9 +76,7 @@ TEST(SweepEnumeration, Words_ReplayTheFault) {
 }
 
 TEST(SweepEnumeration, Sample_HasEveryFunctionAndIsTheSameEachTime) {
-    std::vector<std::pair<std::string, std::string>> names;
-    for (int i = 0; i < 200; ++i)
-        names.emplace_back("Secondary.Lock", "Speaker");
+    std::vector<std::pair<std::string, std::string>> names(200, {"Secondary.Lock", "Speaker"});
     names.emplace_back("DestroyWindow", "");
     const std::vector<Fault> all = allFaults("s", callsOf(names));
     const std::vector<Fault> sample = sampleOf(all, 100);

@@ -52,7 +52,7 @@ TEST(SweepJudgement, FailureThatIsNotTold_IsBad) {
 
 TEST(SweepJudgement, LineOfSomethingElse_IsBad) {
     Outcome run = goodRun();
-    run.told.push_back("log 2: what?");
+    run.told.emplace_back("log 2: what?");
     EXPECT_EQ(judge(lockFault(), cleanRun(), run), Problems{"told for no reason: \"log 2: what?\""});
     run.told.back() = kLine; // twice, though the call failed once
     EXPECT_EQ(judge(lockFault(), cleanRun(), run), Problems{"told for no reason: \"" + kLine + "\""});
@@ -63,7 +63,7 @@ TEST(SweepJudgement, LinesOfTheCleanRun_MayComeOrNot) {
     clean.told = {"log 2: emulated"};
     Outcome run = goodRun();
     EXPECT_EQ(judge(lockFault(), clean, run), Problems{});
-    run.told.push_back("log 2: emulated");
+    run.told.emplace_back("log 2: emulated");
     EXPECT_EQ(judge(lockFault(), clean, run), Problems{});
 }
 

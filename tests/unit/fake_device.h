@@ -50,6 +50,8 @@ public:
                std::uint32_t contextId = 7)
         : DeviceContext(deviceId, contextId, host.host()), m_Journal(journal) {}
     ~FakeDevice() override { m_Journal.note("destroy " + m_DeviceId); }
+    FakeDevice(const FakeDevice&) = delete;
+    FakeDevice& operator=(const FakeDevice&) = delete;
 
     std::function<BackendResult()> onOpen = [] { return ORVO_OK; };
     std::function<BackendResult()> onStart = [] { return ORVO_OK; };

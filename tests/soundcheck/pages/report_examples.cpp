@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 
@@ -35,6 +36,7 @@ std::vector<PagePicture> allPictures(const std::string& device) {
     intervals.counts[90] = 1;
     intervals.counts[200] = 2;
     std::vector<PlottedLag> lag;
+    lag.reserve(40);
     for (int i = 0; i < 40; ++i)
         lag.push_back({i * 0.5, 169.0 + std::sin(i) * 1e-6});
     const std::vector<WaveTrack> tracks = {speechLike("played", 0, 0.5), speechLike("captured", 0.17, 0.4),
@@ -73,7 +75,7 @@ Page page(Verdict verdict, const std::string& device) {
             {"Monitor of " + device, "closed", "985", "24.1 ms", "0", "981"}}},
           {"Environment",
            {"what", "value"},
-           {{"Windows", "10.0.19045"}, {"device", kIdentifier}, {"plug-in", "C:\\Program Files\\x\\plugin.dll"}}}}}};
+           {{"Windows", "10.0.19045"}, {"device", kIdentifier}, {"plug-in", R"(C:\Program Files\x\plugin.dll)"}}}}}};
     PageTable wide{"A table with more columns than any reader's screen has room for", {}, {{}}};
     for (int i = 1; i <= 17; ++i) {
         wide.head.push_back("longest burst " + std::to_string(i));
@@ -93,6 +95,15 @@ bool store(const std::filesystem::path& file, const Page& example) {
     return !stream.fail();
 }
 
+bool storeAll(const std::filesystem::path& folder) {
+    Page empty;
+    empty.title = "soundcheck doctor";
+    empty.sentence = "There is no device.";
+    return store(folder / "passed.html", page(Verdict::passed, "Speaker")) &&
+           store(folder / "failed.html", page(Verdict::failed, kLongName)) &&
+           store(folder / "hostile.html", page(Verdict::failed, kHostile)) && store(folder / "nothing.html", empty);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -100,13 +111,10 @@ int main(int argc, char** argv) {
         std::puts("usage: report_examples FOLDER");
         return 2;
     }
-    const std::filesystem::path folder = argv[1];
-    Page empty;
-    empty.title = "soundcheck doctor";
-    empty.sentence = "There is no device.";
-    const bool stored = store(folder / "passed.html", page(Verdict::passed, "Speaker")) &&
-                        store(folder / "failed.html", page(Verdict::failed, kLongName)) &&
-                        store(folder / "hostile.html", page(Verdict::failed, kHostile)) &&
-                        store(folder / "nothing.html", empty);
-    return stored ? 0 : 1;
+    try {
+        return storeAll(argv[1]) ? 0 : 1;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "report_examples: %s\n", error.what());
+        return 1;
+    }
 }
