@@ -109,6 +109,21 @@ SCENARIO(
     client.closeAndFinalize({&speaker});
 }
 
+SCENARIO(DspLock, CaptureLoopWithoutPairing_LooksForNoPlaybackDevice,
+         "A capture loop without an echo reference looks into its own section only, and not for a playback device.") {
+    const Device& microphone = sim.capture("Microphone");
+    client.initialize();
+    Roles roles = scenario::dspLock(sim, client);
+    client.open(microphone);
+    roles.merge(scenario::Roles{{"S6", "echo"}});
+    client.start(microphone);
+    const std::size_t before = callsSoFar(sim);
+    EXPECT_TRUE(sim.advanceUntil([&] { return client.capturedCount > 0; }));
+    EXPECT_EQ(scenario::callsAroundCallback(sim, "thread2", before, roles),
+              (Texts{"try dsp", "reset idle", "enter echo", "leave echo", "set idle", "leave dsp"}));
+    client.closeAndFinalize({&microphone});
+}
+
 SCENARIO(DspLock, UnlockAndStopBeforeTheWait_TheStopWins,
          "When a loop that found the section taken has been told to stop and the lock has been given back before its "
          "wait begins, the stop wins: no callback comes any more.") {
