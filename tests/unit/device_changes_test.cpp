@@ -24,6 +24,7 @@ DeviceMap devices(const std::vector<unsigned long>& numbers, unsigned long defau
 
 std::vector<unsigned long> numbersOf(const std::vector<GUID>& guids) {
     std::vector<unsigned long> numbers;
+    numbers.reserve(guids.size());
     for (const GUID& entry : guids)
         numbers.push_back(entry.Data1);
     return numbers;
