@@ -2,6 +2,7 @@
 
 #include "commands/churn_run.h"
 #include "commands/device_run.h"
+#include "commands/options.h"
 #include "commands/supervision.h"
 #include "platform/text.h"
 
@@ -105,10 +106,10 @@ std::string ChurnCommand::description() const {
 }
 
 void ChurnCommand::addOptions(CLI::App& app) {
-    app.add_option("--device", m_devices, kPickHelp)->allow_extra_args(false);
-    app.add_option("--seed", m_seed, "The same seed gives the same order (default: any; it is told)");
-    app.add_option("--rounds", m_rounds, "End after so many calls (default: 200, without --seconds)");
-    app.add_option("--seconds", m_seconds, "End after this time")->check(CLI::Range(0.02, 1e6));
+    app.add_option("--device", m_devices, kPickHelp)->allow_extra_args(false)->type_name("DEVICE");
+    app.add_option("--seed", m_seed, "The same seed gives the same order (default: any; it is told)")->type_name("N");
+    app.add_option("--rounds", m_rounds, "End after so many calls (default: 200, without --seconds)")->type_name("N");
+    addSeconds(app, m_seconds, "End after this time");
 }
 
 ExitCode ChurnCommand::run(const RunContext& context) {

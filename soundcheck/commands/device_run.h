@@ -17,12 +17,6 @@
 
 namespace soundcheck {
 
-inline constexpr const char* kDeviceHelp =
-    "The device: default, its number in `soundcheck list`, its identifier, or a part of its name";
-
-inline constexpr const char* kReopenHelp =
-    "Close a device that stands still, and open it again (three times at most)";
-
 inline constexpr double kBlockMilliseconds = 1000.0 / kBlocksPerSecond;
 
 /** Characters of a level meter. */

@@ -3,6 +3,7 @@
 #include "audio/wav_writer.h"
 #include "client/device_selection.h"
 #include "commands/device_run.h"
+#include "commands/options.h"
 #include "platform/temporary_folder.h"
 #include "platform/text.h"
 
@@ -49,9 +50,9 @@ std::string DoctorCommand::description() const {
 }
 
 void DoctorCommand::addOptions(CLI::App& app) {
-    app.add_option("--device-playback", m_playback,
-                   "Check loop and echo from this device (default: each device with its monitor)");
-    app.add_option("--device-capture", m_capture, "The device that hears it, over a cable")
+    addDevice(app, "--device-playback", m_playback,
+              "Check loop and echo from this device (default: each device with its monitor)");
+    addDevice(app, "--device-capture", m_capture, "The device that hears it, over a cable")
         ->needs("--device-playback");
     app.get_option("--device-playback")->needs("--device-capture");
 }

@@ -6,6 +6,7 @@
 #include "audio/wav_reader.h"
 #include "commands/device_run.h"
 #include "commands/echo_association.h"
+#include "commands/options.h"
 #include "commands/recording_folder.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
@@ -109,11 +110,12 @@ std::string EchoCommand::description() const {
 }
 
 void EchoCommand::addOptions(CLI::App& app) {
-    app.add_option("--device-playback", m_playback, kDeviceHelp);
-    app.add_option("--device-capture", m_capture, kDeviceHelp);
-    app.add_option("--seconds", m_seconds, "Capture this long (default: 10)")->check(CLI::Range(1.0, 3600.0));
-    app.add_option("--keep", m_keep, "Keep microphone.wav and reference.wav in this folder");
-    app.add_option("--max-spread", m_maxSpread, "Milliseconds that the lag may spread over (default: any)");
+    addDevice(app, "--device-playback", m_playback);
+    addDevice(app, "--device-capture", m_capture);
+    addSeconds(app, m_seconds, "Capture this long (default: 10)", 1, 3600);
+    addPath(app, "--keep", "FOLDER", m_keep, "Keep microphone.wav and reference.wav in this folder");
+    app.add_option("--max-spread", m_maxSpread, "Milliseconds that the lag may spread over (default: any)")
+        ->type_name("MS");
 }
 
 ExitCode EchoCommand::run(const RunContext& context) {

@@ -2,6 +2,7 @@
 
 #include "audio/wav_writer.h"
 #include "commands/device_run.h"
+#include "commands/options.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
 #include "loopback/analysis.h"
@@ -87,11 +88,11 @@ std::string LoopCommand::description() const {
 }
 
 void LoopCommand::addOptions(CLI::App& app) {
-    app.add_option("--device-playback", m_playback, kDeviceHelp);
-    app.add_option("--device-capture", m_capture, "The device that hears it, over a cable or as a monitor");
-    app.add_option("--seconds", m_seconds, "How long the sines last (default: 5); the marks take 4 more")
-        ->check(CLI::Range(0.5, 120.0));
-    app.add_option("--keep", m_keep, "Keep the recording as this WAV file when something is wrong");
+    addDevice(app, "--device-playback", m_playback);
+    addDevice(app, "--device-capture", m_capture,
+              "The device that hears it, over a cable or as a monitor; named like the other one");
+    addSeconds(app, m_seconds, "How long the sines last (default: 5); the marks take 4 more", 0.5, 120);
+    addPath(app, "--keep", "FILE.wav", m_keep, "Keep the recording as this WAV file when something is wrong");
     app.add_flag("--selftest", m_selfTest, "Try the analysis on synthetic errors; needs no device");
 }
 

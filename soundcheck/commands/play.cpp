@@ -2,6 +2,7 @@
 
 #include "audio/wav_reader.h"
 #include "commands/device_run.h"
+#include "commands/options.h"
 #include "commands/running_device.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
@@ -23,10 +24,10 @@ std::string PlayCommand::description() const {
 }
 
 void PlayCommand::addOptions(CLI::App& app) {
-    app.add_option("file", m_file, "The WAV file: PCM of 8, 16, 24, 32 bits or 32-bit float")->required();
-    app.add_option("--device", m_device, kDeviceHelp);
+    addPath(app, "file", "FILE.wav", m_file, "The WAV file: PCM of 8, 16, 24, 32 bits or 32-bit float")->required();
+    addDevice(app, "--device", m_device);
     app.add_flag("--reopen", m_reopen, kReopenHelp);
-    app.add_option("--seconds", m_seconds, "Play no more than this")->check(CLI::Range(0.02, 1e6));
+    addSeconds(app, m_seconds, "Play no more than this");
 }
 
 ExitCode PlayCommand::run(const RunContext& context) {

@@ -2,6 +2,7 @@
 
 #include "commands/command.h"
 #include "commands/guarded_run.h"
+#include "commands/options.h"
 #include "platform/text.h"
 
 #include <CLI/CLI.hpp>
@@ -24,8 +25,8 @@ ExitCode runCommand(Command& command, RunContext& context, std::optional<ReportF
 }
 
 void addCommonOptions(CLI::App& app, CommonOptions& options) {
-    app.add_option("--dll", options.library,
-                   "The plug-in to load; by default directsound_win64.dll beside soundcheck");
+    addPath(app, "--dll", "FILE.dll", options.library,
+            "The plug-in to load; by default directsound_win64.dll beside soundcheck");
     const std::map<std::string, LogThreshold> levels = {{"none", LogThreshold::none},
                                                         {"error", LogThreshold::errors},
                                                         {"warning", LogThreshold::warnings},
@@ -33,33 +34,35 @@ void addCommonOptions(CLI::App& app, CommonOptions& options) {
     app.add_option("--log", options.log, "Show the plug-in's log lines up to this level (default: warning)")
         ->transform(CLI::CheckedTransformer(levels, CLI::ignore_case))
         ->option_text("none|error|warning|information");
-    app.add_option("--report", options.report,
-                   "Write a page with the verdict, pictures and numbers to this HTML file");
+    addPath(app, "--report", "FILE.html", options.report,
+            "Write a page with the verdict, pictures and numbers to this HTML file");
     app.add_flag("--json", options.json, "Write one JSON document to standard output, and nothing else");
     app.fallthrough(); // the common options may stand behind the command, too
 }
 
-void printLines(const std::string& text, void (Console::*print)(std::string_view), Console& console) {
+void printLines(const std::string& text, Console& console) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);)
-        (console.*print)(line);
+        console.line(line);
 }
 
 /** Help, or what is wrong with the command line. */
 ExitCode answerUsage(const CLI::App& app, const CLI::ParseError& error, Console& console, const Interrupt& interrupt,
                      const CommonOptions& options) {
-    std::ostringstream out;
-    std::ostringstream err;
-    const int code = app.exit(error, out, err);
-    printLines(out.str(), &Console::line, console);
-    printLines(err.str(), &Console::errorLine, console);
-    if (code == 0) // asking for help is no mistake
+    if (error.get_exit_code() == 0) { // asking for help is no mistake
+        std::ostringstream help;
+        app.exit(error, help, help);
+        printLines(help.str(), console);
         return ExitCode::done;
+    }
     const std::vector<CLI::App*> named = app.get_subcommands();
-    Document document(named.empty() ? "" : named.front()->get_name());
-    document.addFinding(error.what());
+    const std::string command = named.empty() ? "" : named.front()->get_name();
+    Document document(command);
+    const RunContext context{console, interrupt, options, document};
+    tellFinding(context, std::string(error.what()) + ".");
+    console.errorLine("`soundcheck " + command + (command.empty() ? "" : " ") + "--help` tells what there is.");
     document.setEnded("failed");
-    deliverDocument({console, interrupt, options, document}, ExitCode::usage);
+    deliverDocument(context, ExitCode::usage);
     return ExitCode::usage;
 }
 
@@ -71,7 +74,7 @@ ExitCode runProgram(std::vector<std::string> arguments, Console& console, const 
     app.allow_windows_style_options(false); // a path may begin with a slash
     CommonOptions options;
     addCommonOptions(app, options);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1); // none is told below: the library would say so of a wrong one, too
     app.footer("Exit codes: 0 done, 1 a check failed, 2 wrong usage, 3 the plug-in failed, 4 a file cannot be used,\n"
                "5 no such device, 77 nothing was checked. Each command has its own --help.");
 
@@ -79,7 +82,9 @@ ExitCode runProgram(std::vector<std::string> arguments, Console& console, const 
     const CommandList commands = makeCommands();
     for (const auto& command : commands) {
         CLI::App* const subcommand = app.add_subcommand(command->name(), command->description());
-        subcommand->footer("Example:\n  soundcheck " + command->example());
+        subcommand->footer(
+            "Besides: --dll, --log, --report, --json; `soundcheck --help` explains them.\n\nExample:\n  soundcheck " +
+            command->example());
         command->addOptions(*subcommand);
         subcommand->callback([&chosen, wanted = command.get()] { chosen = wanted; });
     }
@@ -89,6 +94,8 @@ ExitCode runProgram(std::vector<std::string> arguments, Console& console, const 
     try {
         std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back
         app.parse(std::move(arguments));
+        if (chosen == nullptr)
+            throw CLI::RequiredError("A command");
     } catch (const CLI::ParseError& error) {
         return answerUsage(app, error, console, interrupt, options);
     }

@@ -2,6 +2,7 @@
 
 #include "audio/wav_writer.h"
 #include "commands/device_run.h"
+#include "commands/options.h"
 #include "commands/running_device.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
@@ -17,10 +18,10 @@ std::string RecordCommand::description() const {
 }
 
 void RecordCommand::addOptions(CLI::App& app) {
-    app.add_option("file", m_file, "The WAV file; it is replaced when it exists")->required();
-    app.add_option("--device", m_device, kDeviceHelp);
+    addPath(app, "file", "FILE.wav", m_file, "The WAV file; it is replaced when it exists")->required();
+    addDevice(app, "--device", m_device);
     app.add_flag("--reopen", m_reopen, kReopenHelp);
-    app.add_option("--seconds", m_seconds, "Record this long; without it until Ctrl-C")->check(CLI::Range(0.02, 1e6));
+    addSeconds(app, m_seconds, "Record this long; without it until Ctrl-C");
 }
 
 ExitCode RecordCommand::run(const RunContext& context) {

@@ -3,6 +3,7 @@
 #include "audio/level_meter.h"
 #include "commands/device_list.h"
 #include "commands/device_run.h"
+#include "commands/options.h"
 #include "commands/soak_run.h"
 
 #include <CLI/CLI.hpp>
@@ -71,10 +72,10 @@ std::string SoakCommand::description() const {
 }
 
 void SoakCommand::addOptions(CLI::App& app) {
-    app.add_option("--device", m_devices, kPickHelp)->allow_extra_args(false);
-    app.add_option("--seconds", m_seconds, "Run this long (default: 60)")->check(CLI::Range(0.02, 1e6));
-    app.add_option("--max-late", m_maxLate,
-                   "Late callbacks that a device may have; by default they are only counted");
+    app.add_option("--device", m_devices, kPickHelp)->allow_extra_args(false)->type_name("DEVICE");
+    addSeconds(app, m_seconds, "Run this long (default: 60)");
+    app.add_option("--max-late", m_maxLate, "Late callbacks that a device may have; by default they are only counted")
+        ->type_name("N");
 }
 
 ExitCode SoakCommand::run(const RunContext& context) {

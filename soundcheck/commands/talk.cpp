@@ -3,6 +3,7 @@
 #include "audio/wav_reader.h"
 #include "commands/device_run.h"
 #include "commands/echo_association.h"
+#include "commands/options.h"
 #include "commands/running_device.h"
 #include "commands/session.h"
 #include "commands/supervision.h"
@@ -33,13 +34,13 @@ std::string TalkCommand::description() const {
 }
 
 void TalkCommand::addOptions(CLI::App& app) {
-    app.add_option("speech", m_speech, "The WAV file to play")->required();
-    app.add_option("--echo-to", m_echoFile, "WAV file for the echo reference")->required();
-    app.add_option("--record-to", m_microphoneFile, "WAV file for what was captured")->required();
-    app.add_option("--device-playback", m_playback, kDeviceHelp);
-    app.add_option("--device-capture", m_capture, kDeviceHelp);
+    addPath(app, "speech", "SPEECH.wav", m_speech, "The WAV file to play")->required();
+    addPath(app, "--echo-to", "FILE.wav", m_echoFile, "WAV file for the echo reference")->required();
+    addPath(app, "--record-to", "FILE.wav", m_microphoneFile, "WAV file for what was captured")->required();
+    addDevice(app, "--device-playback", m_playback);
+    addDevice(app, "--device-capture", m_capture);
     app.add_flag("--reopen", m_reopen, kReopenHelp);
-    app.add_option("--seconds", m_seconds, "Play no more than this")->check(CLI::Range(0.02, 1e6));
+    addSeconds(app, m_seconds, "Play no more than this");
 }
 
 ExitCode TalkCommand::run(const RunContext& context) {

@@ -2,6 +2,7 @@
 
 #include "commands/device_list.h"
 #include "commands/device_run.h"
+#include "commands/options.h"
 #include "commands/session.h"
 #include "platform/text.h"
 
@@ -90,9 +91,10 @@ std::string WatchCommand::description() const {
 }
 
 void WatchCommand::addOptions(CLI::App& app) {
-    app.add_option("--seconds", m_seconds, "Watch this long; without it until Ctrl-C")->check(CLI::Range(0.02, 1e6));
+    addSeconds(app, m_seconds, "Watch this long; without it until Ctrl-C");
     app.add_option("--count", m_count, "End after so many changes; fewer are a failure")
-        ->check(CLI::Range(1, 1000000));
+        ->type_name("N")
+        ->check(CLI::PositiveNumber.description(""));
 }
 
 ExitCode WatchCommand::run(const RunContext& context) {

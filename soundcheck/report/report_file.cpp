@@ -7,12 +7,27 @@
 #include <algorithm>
 
 namespace soundcheck {
+namespace {
+
+bool isPage(const std::filesystem::path& file) {
+    std::string extension = pathText(file.extension());
+    std::transform(extension.begin(), extension.end(), extension.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
+    });
+    return extension == ".html" || extension == ".htm";
+}
+
+} // namespace
 
 ReportFile::ReportFile(const std::filesystem::path& file) : m_name(pathText(file)) {
     m_file = UniqueHandle(CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
                                       FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!m_file)
         fail("The report cannot be created");
+    // A slip of the finger must not cost a recording.
+    if (!isPage(file) && GetFileSize(m_file.get(), nullptr) != 0)
+        throw Failure(ExitCode::fileFailed,
+                      m_name + ": This file is there and is not called .html; it is not replaced.");
 }
 
 void ReportFile::write(std::string_view text) {

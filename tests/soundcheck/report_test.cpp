@@ -130,6 +130,15 @@ TEST_F(ReportRun, UnwritableFile_IsToldBeforeAnythingRuns) {
     EXPECT_EQ(run(arguments), 4);
 }
 
+TEST_F(ReportRun, FileThatIsNoPage_IsNotReplaced) {
+    const std::string before = test::text(m_folder.file("speech.wav"));
+    EXPECT_EQ(run({"play", path("speech.wav"), "--report", path("speech.wav")}), 4);
+    EXPECT_TRUE(said("it is not replaced"));
+    EXPECT_EQ(test::text(m_folder.file("speech.wav")), before);
+    EXPECT_EQ(run({"info", "--report", path("old.HTM")}), 0) << errors();
+    EXPECT_EQ(run({"info", "--report", path("old.HTM")}), 0) << errors();
+}
+
 TEST_F(ReportRun, FullDisk_IsToldAndIsNoSuccess) {
     if (!wineVersion())
         GTEST_SKIP() << "needs a device that is always full";
