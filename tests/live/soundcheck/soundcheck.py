@@ -72,8 +72,9 @@ class SoundcheckTest(unittest.TestCase):
 
     @staticmethod
     def registry(verb, *arguments):
+        # No pipes: what Wine starts beside it would keep them open.
         subprocess.run(["wine", "reg", verb, r"HKCU\Software\Wine\Drivers\winepulse.drv", *arguments, "/f"],
-                       stdin=subprocess.DEVNULL, capture_output=True, check=True)
+                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
 
     def set_volume(self, source, volume):
         subprocess.run(["pactl", "set-source-volume", source, volume], check=True)
