@@ -115,7 +115,7 @@ SCENARIO(CaptureFaults, MemoryFailsAnywhereWhileCapturing_DevicesStopAndNothingI
     client.finalize();
 }
 
-SCENARIO(CaptureFaults, ClientHoldsTheDspLock_BlocksComAfterwards,
+SCENARIO(CaptureFaults, ClientHoldsTheDspLock_BlocksComeAfterwards,
          "While the client holds the DSP lock no block comes; afterwards all of half a second come, none lost.") {
     Device& microphone = sim.capture("Microphone");
     EXPECT_EQ(client.initialize(), 0);
