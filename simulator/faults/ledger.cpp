@@ -76,6 +76,12 @@ bool Ledger::give(Kind kind, std::uintptr_t key) {
     return true;
 }
 
+bool Ledger::holds(Kind kind, std::uintptr_t key) const {
+    const Guard guard(m_Lock);
+    const auto open = m_Open.find(kind);
+    return open != m_Open.end() && open->second.contains(key);
+}
+
 std::size_t Ledger::open(Kind kind) const {
     const Guard guard(m_Lock);
     std::size_t count = 0;

@@ -39,6 +39,7 @@ public:
     // False when there is no such thing to give back.
     bool give(Kind kind, std::uintptr_t key);
 
+    [[nodiscard]] bool holds(Kind kind, std::uintptr_t key) const;
     [[nodiscard]] std::size_t open(Kind kind) const;
     [[nodiscard]] std::size_t takenEver(Kind kind) const;
     // One line per open thing.

@@ -47,6 +47,7 @@ public:
         return notSimulated("DuplicateSoundBuffer");
     }
     HRESULT STDMETHODCALLTYPE SetCooperativeLevel(HWND window, DWORD level) override {
+        const bool own = m_World.ledger.holds(Kind::window, reinterpret_cast<std::uintptr_t>(window));
         return method(
             "SetCooperativeLevel",
             [&]() -> HRESULT {
@@ -55,7 +56,7 @@ public:
                 m_Level = level;
                 return DS_OK;
             },
-            std::string(window ? "window" : "null") + " level " + std::to_string(level));
+            std::string(own ? "window" : "somebody else's window") + " level " + std::to_string(level));
     }
     HRESULT STDMETHODCALLTYPE Compact() override { return notSimulated("Compact"); }
     HRESULT STDMETHODCALLTYPE GetSpeakerConfig(LPDWORD config) override {
