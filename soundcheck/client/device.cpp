@@ -51,11 +51,4 @@ EchoFormat Device::associateEcho(const std::string& playbackId) {
     return format;
 }
 
-void Device::endEchoAssociation() {
-    m_backend.library().check(
-        m_backend.exports().orvosoundbackend_associateAECDevice(m_backend.handle(), m_id.c_str(), nullptr,
-                                                                m_contextId, nullptr, nullptr, nullptr, nullptr),
-        "Ending the echo association");
-}
-
 } // namespace soundcheck

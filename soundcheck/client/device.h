@@ -2,8 +2,8 @@
  * @file
  * One opening of one device: open, start, stop, close, each once. To play again, make a new Device.
  *
- * Thread: one at a time for all devices of a backend; `stop` and `close` never wait. Callbacks may still come
- * after close, until Backend::waitForClosedDevices has returned: what they use outlives the Backend. Failure:
+ * Thread: one at a time for all devices of a backend. `close` never waits, `stop` only while the device is at that
+ * very moment being stopped. Callbacks may still come after close, until Backend::waitForClosedDevices has returned: what they use outlives the Backend. Failure:
  * BackendError; the destructor closes whatever the state.
  */
 #pragma once
@@ -53,8 +53,6 @@ public:
 
     /** Capture only: names the playback device whose output is the echo reference. */
     EchoFormat associateEcho(const std::string& playbackId);
-    /** Capture only: no echo reference any more. */
-    void endEchoAssociation();
 
 private:
     Backend& m_backend;

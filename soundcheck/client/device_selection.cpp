@@ -55,7 +55,7 @@ const DeviceEntry& selectDevice(std::span<const DeviceEntry> devices, std::strin
     std::string sentence = "\"" + std::string(wanted) + "\" fits more than one device:";
     for (const DeviceEntry* entry : candidates)
         sentence += " " + std::to_string(entry->number) + " (" + entry->name + ")";
-    throw SelectionError(sentence + ". Choose one with its number.");
+    throw SelectionError(sentence + ". Choose one with its number.", true);
 }
 
 } // namespace soundcheck

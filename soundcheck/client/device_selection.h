@@ -8,6 +8,7 @@
 
 #include <span>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 namespace soundcheck {
@@ -15,7 +16,14 @@ namespace soundcheck {
 /** No device, or more than one, fits the text. `what()` is a sentence that names the candidates. */
 class SelectionError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit SelectionError(const std::string& sentence, bool ambiguous = false)
+        : std::runtime_error(sentence), m_ambiguous(ambiguous) {}
+
+    /** More than one device fits. */
+    bool ambiguous() const { return m_ambiguous; }
+
+private:
+    bool m_ambiguous;
 };
 
 /**

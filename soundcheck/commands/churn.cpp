@@ -108,7 +108,7 @@ std::string ChurnCommand::description() const {
 void ChurnCommand::addOptions(CLI::App& app) {
     app.add_option("--device", m_devices, kPickHelp)->allow_extra_args(false)->type_name("DEVICE");
     app.add_option("--seed", m_seed, "The same seed gives the same order (default: any; it is told)")->type_name("N");
-    app.add_option("--rounds", m_rounds, "End after so many calls (default: 200, without --seconds)")->type_name("N");
+    addCount(app, "--rounds", m_rounds, "End after so many calls (default: 200, without --seconds)", 1);
     addSeconds(app, m_seconds, "End after this time");
 }
 

@@ -27,7 +27,9 @@ public:
             return false;
         }
     }
-    [[noreturn]] void refuse() const { throw SelectionError(m_error->what()); }
+    [[noreturn]] void refuse() const { throw SelectionError(*m_error); }
+    /** Several devices fit the last text, rather than none. */
+    bool ambiguous() const { return m_error && m_error->ambiguous(); }
 
     void collect(DeviceDirection direction, bool all, std::vector<PickedDevice>& picked) const {
         for (const DeviceEntry& entry : m_devices)
@@ -58,7 +60,7 @@ std::vector<PickedDevice> pickDevices(std::span<const DeviceEntry> playback, std
             const bool isPlayed = played.find(text);
             const bool isCaptured = captured.find(text);
             if (!isPlayed && !isCaptured)
-                played.refuse();
+                (captured.ambiguous() && !played.ambiguous() ? captured : played).refuse();
         }
     }
     std::vector<PickedDevice> picked;

@@ -55,9 +55,8 @@ std::string doctorNote(std::string_view command, Verdict verdict, const Json& se
                "system's sound settings, or the privacy settings keep programs from it.";
     if (command == "churn" && section.is_object() && section.value("late_events", 0) != 0)
         text += " Some calls were answered with -232 or -233 and went well when they were tried again. That is "
-                "Wine's: its "
-                "driver sets the event of a stream once more after it was closed, which can wake another device. A "
-                "client there opens the device again.";
+                "Wine's: its driver sets the event of a stream once more after it was closed, which can wake another "
+                "device. A client there opens the device again.";
     return text;
 }
 

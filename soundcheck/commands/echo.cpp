@@ -114,8 +114,7 @@ void EchoCommand::addOptions(CLI::App& app) {
     addDevice(app, "--device-capture", m_capture);
     addSeconds(app, m_seconds, "Capture this long (default: 10)", 1, 3600);
     addPath(app, "--keep", "FOLDER", m_keep, "Keep microphone.wav and reference.wav in this folder");
-    app.add_option("--max-spread", m_maxSpread, "Milliseconds that the lag may spread over (default: any)")
-        ->type_name("MS");
+    addMilliseconds(app, "--max-spread", m_maxSpread, "Milliseconds that the lag may spread over (default: any)");
 }
 
 ExitCode EchoCommand::run(const RunContext& context) {

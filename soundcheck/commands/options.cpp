@@ -24,7 +24,7 @@ CLI::Validator between(double least, double most) {
                 const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
                 if (error != std::errc() || end != text.data() + text.size())
                     return "\"" + text + "\" is not a number";
-                if (number < least || number > most)
+                if (!(number >= least && number <= most)) // "nan" is neither
                     return text + " is not between " + plain(least) + " and " + plain(most);
                 return {};
             },
@@ -44,6 +44,17 @@ CLI::Option* addPath(CLI::App& app, const std::string& name, const std::string& 
 
 CLI::Option* addSeconds(CLI::App& app, double& seconds, const std::string& help, double least, double most) {
     return app.add_option("--seconds", seconds, help)->type_name("N")->check(between(least, most));
+}
+
+CLI::Option* addMilliseconds(CLI::App& app, const std::string& name, double& milliseconds, const std::string& help) {
+    return app.add_option(name, milliseconds, help)->type_name("MS")->check(between(0, kMostSeconds));
+}
+
+CLI::Option* addCount(CLI::App& app, const std::string& name, std::uint64_t& count, const std::string& help,
+                      std::uint64_t least) {
+    return app.add_option(name, count, help)
+        ->type_name("N")
+        ->check(between(static_cast<double>(least), kMostCounted));
 }
 
 } // namespace soundcheck

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace CLI {
@@ -22,6 +23,7 @@ inline constexpr const char* kReopenHelp =
 
 inline constexpr double kLeastSeconds = 0.02; ///< a block
 inline constexpr double kMostSeconds = 1e6;   ///< more than a week
+inline constexpr double kMostCounted = 1e12;
 
 CLI::Option* addDevice(CLI::App& app, const std::string& name, std::string& device,
                        const std::string& help = kDeviceHelp);
@@ -32,5 +34,11 @@ CLI::Option* addPath(CLI::App& app, const std::string& name, const std::string& 
 
 CLI::Option* addSeconds(CLI::App& app, double& seconds, const std::string& help, double least = kLeastSeconds,
                         double most = kMostSeconds);
+
+CLI::Option* addMilliseconds(CLI::App& app, const std::string& name, double& milliseconds, const std::string& help);
+
+/** A whole number. */
+CLI::Option* addCount(CLI::App& app, const std::string& name, std::uint64_t& count, const std::string& help,
+                      std::uint64_t least);
 
 } // namespace soundcheck

@@ -61,6 +61,7 @@ std::unique_ptr<Device> Session::open(DeviceDirection direction, const DeviceEnt
 }
 
 EchoFormat Session::associateEcho(Device& capture, const std::string& playbackId) {
+    const CallWatch watch = watchCall(m_context, "Associating the echo device");
     const EchoFormat echo = capture.associateEcho(playbackId);
     const DspLockGuard quiet(*m_backend);
     m_capture[capture.id()].referenceChannels = static_cast<std::uint32_t>(std::popcount(echo.channelMask));

@@ -21,7 +21,7 @@ Summary summaryOf(const SoakRow& row) {
         .add("intervals", row.intervals.intervals())
         .add("min_ms", row.intervals.minMilliseconds(), 2)
         .add("average_ms", row.intervals.averageMilliseconds(), 2)
-        .add("longest_gap_ms", row.intervals.maxMilliseconds(), 2)
+        .add("longest_gap_ms", row.longestGapMilliseconds(), 2)
         .add("deviation_ms", row.intervals.deviationMilliseconds(), 2)
         .add("late", row.intervals.late())
         .add("bursts", row.intervals.bursts())
@@ -74,8 +74,8 @@ std::string SoakCommand::description() const {
 void SoakCommand::addOptions(CLI::App& app) {
     app.add_option("--device", m_devices, kPickHelp)->allow_extra_args(false)->type_name("DEVICE");
     addSeconds(app, m_seconds, "Run this long (default: 60)");
-    app.add_option("--max-late", m_maxLate, "Late callbacks that a device may have; by default they are only counted")
-        ->type_name("N");
+    addCount(app, "--max-late", m_maxLate, "Late callbacks that a device may have; by default they are only counted",
+             0);
 }
 
 ExitCode SoakCommand::run(const RunContext& context) {

@@ -57,7 +57,7 @@ Cells cellsOf(const SoakRow& row) {
     return {stateName(row.state),
             std::to_string(row.blocks),
             fixedDecimals(decibels(row.peak), 1),
-            fixedDecimals(row.intervals.maxMilliseconds(), 1),
+            fixedDecimals(row.longestGapMilliseconds(), 1),
             std::to_string(row.intervals.late()),
             std::to_string(row.intervals.bursts()),
             row.associated ? std::to_string(row.withReference) : "-",

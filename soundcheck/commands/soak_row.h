@@ -7,6 +7,7 @@
 #include "orvosoundbackend.h"
 #include "streams/interval_statistics.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -34,7 +35,10 @@ struct SoakRow {
     std::uint64_t withReference = 0;
     std::uint64_t withoutReference = 0;
     int stalls = 0;
+    double openGapMilliseconds = 0; ///< how long a stalled device has given nothing
     IntervalStatistics intervals;
+
+    double longestGapMilliseconds() const { return std::max(intervals.maxMilliseconds(), openGapMilliseconds); }
 };
 
 /** For a table that nobody looks at on a terminal: names are not cut. */

@@ -1,9 +1,17 @@
 #include "commands/soak_watch.h"
 
+#include "commands/supervision.h"
+
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace soundcheck {
+namespace {
+
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+} // namespace
 
 SoakWatch::SoakWatch(const PickedDevice& device) {
     m_row.direction = device.direction;
@@ -27,10 +35,8 @@ std::string SoakWatch::update(Clock::time_point now) {
         m_row.state = SoakState::stalled;
     else
         m_row.state = m_row.blocks == 0 ? SoakState::silent : SoakState::running;
-    if (!stalled)
-        return {};
-    return m_row.name +
-           (m_row.blocks == 0 ? " does not begin: no block yet." : " stands still: no block for more than a second.");
+    m_row.openGapMilliseconds = m_stall.stalled() ? Milliseconds(m_stall.silence(now)).count() : 0;
+    return stalled ? stallSentence(m_row.name, m_row.blocks != 0).append(kStallAdvice) : "";
 }
 
 void SoakWatch::take(const BlockEvent& event) {

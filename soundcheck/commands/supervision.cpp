@@ -24,6 +24,10 @@ std::string_view endingName(Ending ending) {
     return "gave-up";
 }
 
+std::string stallSentence(const std::string& device, bool begun) {
+    return device + (begun ? " stands still: no block for more than a second." : " does not begin: no block yet.");
+}
+
 void Supervision::watch(const BlockClock& clock, std::string deviceName, Remedy remedy) {
     m_watched.push_back({&clock, std::move(deviceName), StallWatch(StallWatch::Clock::now()), std::move(remedy)});
 }
@@ -44,12 +48,8 @@ Ending Supervision::run(const std::function<bool()>& done, const std::function<s
 bool Supervision::look(Watched& watched) {
     const std::uint64_t blocks = watched.clock->blocks();
     if (watched.stall.update(blocks, StallWatch::Clock::now())) {
-        tellFinding(
-            m_context,
-            watched.name +
-                (blocks == 0 ? " does not begin: no block yet." : " stands still: no block for more than a second.") +
-                (watched.remedy ? " It is closed and opened again."
-                                : " Closing and opening it again may help (--reopen of play, record and talk)."));
+        const std::string_view remedy = watched.remedy ? " It is closed and opened again." : kStallAdvice;
+        tellFinding(m_context, stallSentence(watched.name, blocks != 0).append(remedy));
         if (watched.remedy) {
             if (!watched.remedy())
                 return false;

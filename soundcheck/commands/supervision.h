@@ -20,6 +20,13 @@ enum class Ending { complete, interrupted, gaveUp };
 
 std::string_view endingName(Ending ending);
 
+/** What is told of a device that stands still, without what is done about it. */
+std::string stallSentence(const std::string& device, bool begun);
+
+/** What the user can do about it. */
+inline constexpr std::string_view kStallAdvice =
+    " Closing and opening it again may help (--reopen of play, record and talk).";
+
 class Supervision {
 public:
     explicit Supervision(const RunContext& context) : m_context(context) {}

@@ -76,11 +76,12 @@ void Console::progress(std::string_view text) {
     const std::lock_guard lock(m_mutex);
     if (!isTerminal())
         return;
-    std::string shown(text.substr(0, width() - 1));
-    const std::size_t length = shown.size();
+    std::wstring line = toWide(text).substr(0, width() - 1); // by characters, not by bytes
+    const std::size_t length = line.size();
     if (length < m_progressLength) // wipe the rest of the longer text before
-        shown.append(m_progressLength - length, ' ');
+        line.append(m_progressLength - length, L' ');
     m_progressLength = length;
+    std::string shown = toUtf8(line);
     if (m_colours && text.find(" CLIP") != std::string_view::npos)
         shown = "\x1b[31m" + shown + "\x1b[0m";
     write(m_output, "\r" + shown);

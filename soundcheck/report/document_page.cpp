@@ -65,6 +65,17 @@ PageTable tableOf(std::string caption, const Json& objects) {
     return table;
 }
 
+/** "Windows 10.0.19045, no Wine, Direct Sound 1.0.0" */
+std::string environmentLine(const Json& environment) {
+    std::string line = "Windows " + valueText(environment["windows"]);
+    line += environment["wine"].is_string() ? ", Wine " + environment["wine"].get<std::string>() : ", no Wine";
+    const Json& plugin = environment["plugin"];
+    if (!plugin.is_object())
+        return line + ", no plug-in";
+    line += ", " + valueText(plugin["name"]);
+    return plugin["version"].is_string() ? line + " " + plugin["version"].get<std::string>() : line;
+}
+
 std::string sentenceOf(const Json& document, Verdict verdict) {
     const Json& findings = document["findings"];
     if (verdict == Verdict::passed)
@@ -159,6 +170,7 @@ Page pageOf(Document& document, ExitCode code) {
     Page page;
     const std::string command = whole["command"].is_string() ? whole["command"].get<std::string>() : "";
     page.title = "soundcheck " + command + ", " + valueText(whole["environment"]["time"]);
+    page.environment = environmentLine(whole["environment"]);
     page.verdict = verdictOf(code);
     page.sentence = sentenceOf(whole, page.verdict);
     for (const Json& finding : whole["findings"])

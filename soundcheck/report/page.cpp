@@ -70,7 +70,9 @@ std::string headHtml(const Page& page) {
 std::string verdictHtml(const Page& page) {
     std::string html = "<header class=\"verdict " + std::string(verdictClass(page.verdict)) + "\">\n" +
                        element("h1", verdictName(page.verdict)) + element("p", page.sentence, " class=\"sentence\"") +
-                       element("p", page.title, " class=\"title\"") + "</header>\n";
+                       element("p", page.title, " class=\"title\"") +
+                       (page.environment.empty() ? "" : element("p", page.environment, " class=\"title\"")) +
+                       "</header>\n";
     if (!page.findings.empty()) {
         html += "<section>\n<h2>Findings</h2>\n<ul class=\"findings\">\n";
         for (const std::string& finding : page.findings)

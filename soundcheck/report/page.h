@@ -39,6 +39,7 @@ struct PageLogLine {
 
 struct Page {
     std::string title;
+    std::string environment; ///< system and plug-in in a line
     Verdict verdict = Verdict::nothingChecked;
     std::string sentence;              ///< the verdict in one sentence
     std::vector<std::string> findings; ///< what is wrong or worth knowing, the worst first

@@ -41,8 +41,8 @@ public:
     std::uint64_t framesDelivered() const { return m_framesDelivered.load(std::memory_order_relaxed); }
     /** Blocks that were asked for while the file had not ended, and that the feeder did not have ready. */
     std::uint64_t underruns() const { return m_underruns.load(std::memory_order_relaxed); }
-    /** The sentence of a read error; empty when there was none. Only after `ended`. */
-    const std::string& failure() const { return m_failure; }
+    /** The sentence of a read error; empty when there was none until now. */
+    std::string failure() const { return m_fed.load(std::memory_order_acquire) ? m_failure : std::string(); }
 
 private:
     void feed(const std::stop_token& stop, ConvertedWav wav);

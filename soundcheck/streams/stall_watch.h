@@ -44,7 +44,10 @@ public:
     }
 
     /** Nothing has come for so long that waiting is of no use. */
-    bool givenUp(Clock::time_point now) const { return now - m_lastProgress > kGivenUpAfter; }
+    bool givenUp(Clock::time_point now) const { return silence(now) > kGivenUpAfter; }
+
+    /** Since the last block, or since the start. */
+    Clock::duration silence(Clock::time_point now) const { return now - m_lastProgress; }
 
     /** It stands still now. */
     bool stalled() const { return m_stalled; }

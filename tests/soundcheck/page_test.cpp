@@ -40,8 +40,8 @@ TEST(Page, Parts_ComeInOrder_VerdictFirst) {
 }
 
 TEST(Page, Verdicts_AreWordsAndNotOnlyColours) {
-    EXPECT_TRUE(contains(htmlPage({"t", Verdict::passed, "s", {}, {}, {}}), "<h1>Passed</h1>"));
-    EXPECT_TRUE(contains(htmlPage({"t", Verdict::nothingChecked, "s", {}, {}, {}}), "<h1>Nothing checked</h1>"));
+    EXPECT_TRUE(contains(htmlPage({"t", "", Verdict::passed, "s", {}, {}, {}}), "<h1>Passed</h1>"));
+    EXPECT_TRUE(contains(htmlPage({"t", "", Verdict::nothingChecked, "s", {}, {}, {}}), "<h1>Nothing checked</h1>"));
 }
 
 TEST(Page, EmptyParts_AreLeftOut) {

@@ -68,7 +68,7 @@ TEST_F(ReportRun, Talk_HasVerdictPicturesAndNumbers) {
     EXPECT_EQ(run(talk()), 0) << errors();
     for (const char* part : {"<h1>Passed</h1>", "played on Fake Speaker", "captured from Fake Microphone",
                              "reference for Fake Microphone", "playback: Fake Speaker",
-                             "Time between two callbacks of Fake Microphone", "with reference", "Fake Sound"})
+                             "Time between two callbacks of Fake Microphone", "with reference", ", Fake Sound</p>"})
         EXPECT_TRUE(pageSays(part)) << part;
 }
 

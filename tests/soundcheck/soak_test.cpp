@@ -124,9 +124,11 @@ TEST_F(Soak, NoDeviceOpens_GivesThree) {
 TEST_F(Soak, DeviceFreezes_IsToldOnce) {
     misbehave("freeze");
     EXPECT_EQ(run({"soak", "--seconds", "2.5", "--device", "playback:default"}), 1);
-    EXPECT_TRUE(said("Fake Speaker stands still"));
+    EXPECT_TRUE(said("Fake Speaker stands still: no block for more than a second. Closing and opening it again may "
+                     "help"));
     EXPECT_TRUE(said(" state=stalled "));
     EXPECT_TRUE(said(" stalls=1 "));
+    EXPECT_FALSE(said(" longest_gap_ms=0.00 ")); // a gap that lasts is one, too
 }
 
 TEST_F(Soak, MaxLate_DecidesTheVerdict) {
