@@ -80,10 +80,14 @@ void checkLog(Checks& checks, const LogRecord& log) {
                   "The plug-in reported " + std::to_string(log.count(ORVO_LOG_ERROR)) + " error(s).");
 }
 
-void checkRun(Checks& checks, const LogRecord& log, const Supervision& supervision, Ending ending) {
+void checkDevices(Checks& checks, const LogRecord& log, const Supervision& supervision, Ending ending) {
     checkLog(checks, log);
     checks.expect(supervision.stalls() == 0, "A device stood still.");
     checks.expect(ending != Ending::gaveUp, "It did not go on; soundcheck gave up.");
+}
+
+void checkRun(Checks& checks, const LogRecord& log, const Supervision& supervision, Ending ending) {
+    checkDevices(checks, log, supervision, ending);
     if (ending == Ending::interrupted && !supervision.allBegan() && !checks.failed())
         throw InterruptedTooEarly();
 }

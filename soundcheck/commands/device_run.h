@@ -57,10 +57,10 @@ void checkLog(Checks& checks, const LogRecord& log);
 void tellSummaryLine(const RunContext& context, std::string_view command, const Summary& summary,
                      std::string_view ended);
 
-/**
- * What every run must keep: no error told by the plug-in, no device that stood still. Throws InterruptedTooEarly
- * when Ctrl-C came before every device had begun, and nothing else is wrong.
- */
+/** What every run must keep: no error told by the plug-in, no device that stood still. */
+void checkDevices(Checks& checks, const LogRecord& log, const Supervision& supervision, Ending ending);
+
+/** The same; throws InterruptedTooEarly when Ctrl-C came before every device had begun, and nothing else is wrong. */
 void checkRun(Checks& checks, const LogRecord& log, const Supervision& supervision, Ending ending);
 
 } // namespace soundcheck

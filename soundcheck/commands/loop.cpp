@@ -28,16 +28,18 @@ double percentOf(double rate, std::uint32_t nominal) {
     return 100 * rate / nominal;
 }
 
-/** @return whether it was kept; a disk that is full is a finding, not the end */
+/** @return whether there was anything, and it was kept; a disk that is full is a finding, not the end */
 bool keepRecording(Checks& checks, const std::string& file, const DeviceFormat& format,
                    const LoopRecorder& recorder) {
+    if (recorder.frames() == 0)
+        return false;
     try {
         WavWriter writer(toPath(file), wavFormatOf(format));
         writer.write(recorder.bytes());
         writer.finish();
         return true;
     } catch (const AudioFileError& error) {
-        checks.expect(false, error.what());
+        checks.fail(error.what());
         return false;
     }
 }
@@ -162,7 +164,8 @@ ExitCode LoopCommand::runLoop(const RunContext& context) const {
     Checks checks(context);
     if (ending == Ending::complete || result.toneHeard)
         for (const std::string& finding : loopFindings(result, out.channels, in.sampleRate))
-            checks.expect(false, finding);
+            checks.fail(finding);
+    checkDevices(checks, session.log(), supervision, ending);
     Json details = loopDetails(result, in.sampleRate);
     details["kept"] = checks.failed() && !m_keep.empty() && keepRecording(checks, m_keep, in, recorder);
     Summary summary;
@@ -175,7 +178,6 @@ ExitCode LoopCommand::runLoop(const RunContext& context) const {
     addResult(summary, result, out, in);
     tellSummary(context, name(), summary, endingName(ending), details);
     addPictures(context.document, result, in.sampleRate);
-    checkRun(checks, session.log(), supervision, ending);
     if (ending == Ending::interrupted && !result.toneHeard && !checks.failed())
         throw InterruptedTooEarly();
     return checks.exitCode();

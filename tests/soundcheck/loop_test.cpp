@@ -84,6 +84,29 @@ TEST_F(Loop, Keep_OnlyFailingRecordingsAreKept) {
     EXPECT_EQ(samples[2 * place], 30000);
 }
 
+TEST_F(Loop, KeepWhenOnlyTheLogTellsAnError_IsKept) {
+    EXPECT_EQ(runLoop("loopback log-error", {"--keep", path("kept.wav"), "--json"}, "0.5"), 1);
+    EXPECT_EQ(document()["findings"].size(), 1U);
+    EXPECT_EQ(document()["loop"]["dropped_frames"], 0);
+    EXPECT_EQ(document()["loop"]["kept"], true);
+    const std::uint64_t blocks = document()["loop"]["blocks"];
+    EXPECT_EQ(samplesOf(m_folder.file("kept.wav")).size(), blocks * 960 * 2);
+}
+
+TEST_F(Loop, KeepWhenADeviceFreezes_IsKept) {
+    EXPECT_EQ(runLoop("freeze", {"--keep", path("kept.wav"), "--json"}), 1);
+    EXPECT_EQ(document()["ended"], "gave-up");
+    EXPECT_EQ(document()["loop"]["kept"], true);
+    EXPECT_FALSE(samplesOf(m_folder.file("kept.wav")).empty());
+}
+
+TEST_F(Loop, KeepWhenNothingWasCaptured_MakesNoFile) {
+    EXPECT_EQ(runLoop("silent", {"--keep", path("kept.wav"), "--json"}), 1);
+    EXPECT_EQ(document()["loop"]["blocks"], 0);
+    EXPECT_EQ(document()["loop"]["kept"], false);
+    EXPECT_FALSE(std::filesystem::exists(m_folder.file("kept.wav")));
+}
+
 TEST_F(Loop, KeepFails_IsAFindingBesideTheOthers) {
     EXPECT_EQ(runLoop("loopback loopback-pop", {"--keep", path("missing/kept.wav"), "--json"}), 1);
     EXPECT_TRUE(said("The file cannot be created"));
