@@ -6,13 +6,14 @@
 #include "commands/session.h"
 #include "commands/supervision.h"
 #include "loopback/analysis.h"
+#include "loopback/loop_pictures.h"
 #include "loopback/loop_report.h"
 #include "loopback/loop_streams.h"
 #include "loopback/self_test.h"
-#include "pictures/pictures.h"
 #include "platform/text.h"
 
 #include <CLI/CLI.hpp>
+#include <utility>
 
 namespace soundcheck {
 namespace {
@@ -42,26 +43,6 @@ bool keepRecording(Checks& checks, const std::string& file, const DeviceFormat& 
         checks.fail(error.what());
         return false;
     }
-}
-
-/** The latency, and the first mark as it was played and as it came back. */
-void addPictures(Document& document, const LoopResult& result, std::uint32_t sampleRate) {
-    std::vector<PlottedLag> points;
-    for (const LatencyPoint& point : result.latency)
-        points.push_back({point.seconds, point.milliseconds});
-    document.addPicture("Round trip: how long after it was handed over each mark came back.", lagPicture(points));
-    if (result.excerpts.empty())
-        return;
-    const auto trackOf = [sampleRate](std::string track, const std::vector<float>& samples) {
-        WaveTrack wave{std::move(track), {}};
-        for (std::size_t i = 0; i < samples.size(); ++i)
-            wave.columns.push_back({static_cast<double>(i) / sampleRate, samples[i], samples[i]});
-        return wave;
-    };
-    const LoopExcerpt& excerpt = result.excerpts.front();
-    document.addPicture("The first mark as it was played and as it came back, shifted by the round trip.",
-                        waveformPicture(std::vector<WaveTrack>{trackOf("played", excerpt.played),
-                                                               trackOf("captured", excerpt.captured)}));
 }
 
 void addResult(Summary& summary, const LoopResult& result, const DeviceFormat& out, const DeviceFormat& in) {
@@ -177,7 +158,8 @@ ExitCode LoopCommand::runLoop(const RunContext& context) const {
         .add("stalls", static_cast<std::uint64_t>(supervision.stalls()));
     addResult(summary, result, out, in);
     tellSummary(context, name(), summary, endingName(ending), details);
-    addPictures(context.document, result, in.sampleRate);
+    for (PagePicture& picture : loopPictures(result, in.sampleRate))
+        context.document.addPicture(std::move(picture.caption), std::move(picture.svg));
     if (ending == Ending::interrupted && !result.toneHeard && !checks.failed())
         throw InterruptedTooEarly();
     return checks.exitCode();

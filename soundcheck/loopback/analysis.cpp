@@ -19,8 +19,11 @@ constexpr double kToneMarginSeconds = 0.03;
 /** Another sine this close to the loudest one is no crosstalk. */
 constexpr double kMixedShare = 0.5;
 
+/** Blocks of the first second: queues fill up, so blocks come faster or slower than they are heard. */
+constexpr std::size_t kSettlingBlocks = 50;
+
 constexpr double kExcerptSeconds = 0.03;
-constexpr std::size_t kMaxExcerpts = 6;
+constexpr std::size_t kMaxDisturbanceExcerpts = 5;
 
 double markDistance(const ProbeSignal& probe, std::size_t from, std::size_t to) {
     return probe.markAt(to) - probe.markAt(from);
@@ -121,8 +124,13 @@ void addLatency(LoopResult& result, const LoopRecording& recording, const ProbeS
     result.latencySpread = {sorted[sorted.size() / 2], sorted.front(), sorted.back()};
 }
 
-/** Frames per second: the slope of the straight line that fits the block times best. 0 before the second block. */
+/**
+ * Frames per second: the slope of the straight line that fits the block times best, behind the first second when as
+ * much follows. 0 before the second block.
+ */
 double rateOf(std::span<const double> times, double framesPerBlock) {
+    if (times.size() >= 2 * kSettlingBlocks)
+        times = times.subspan(kSettlingBlocks);
     if (times.size() < 2)
         return 0;
     const double middle = static_cast<double>(times.size() - 1) / 2;
@@ -169,14 +177,15 @@ double delayBefore(const LoopResult& result, const ProbeSignal& probe, const std
 
 void addExcerpts(LoopResult& result, const LoopRecording& recording, const ProbeSignal& probe,
                  const std::vector<FoundMark>& marks) {
-    std::vector<double> frames = {marks.front().frame};
-    for (const Disturbance& disturbance : result.disturbances)
-        frames.push_back(static_cast<double>(disturbance.frame));
-    frames.resize(std::min(frames.size(), kMaxExcerpts));
     const int source = result.channels.empty() ? 0 : result.channels.front().source;
-    for (const double frame : frames)
+    const auto add = [&](double frame, std::optional<Disturbance> disturbance) {
         result.excerpts.push_back(
             excerptAt(recording, probe, source, frame, delayBefore(result, probe, marks, frame)));
+        result.excerpts.back().disturbance = disturbance;
+    };
+    add(marks.front().frame, std::nullopt);
+    for (std::size_t i = 0; i < result.disturbances.size() && i < kMaxDisturbanceExcerpts; ++i)
+        add(static_cast<double>(result.disturbances[i].frame), result.disturbances[i]);
 }
 
 } // namespace

@@ -41,18 +41,6 @@ std::string channelText(const LoopChannel& channel, std::size_t number) {
     return text;
 }
 
-std::string disturbanceText(const Disturbance& disturbance, std::uint32_t sampleRate) {
-    std::string text = "at " + fixedDecimals(secondsOf(disturbance, sampleRate), 3) + " s (frame " +
-                       std::to_string(disturbance.frame) + "): ";
-    text += disturbance.kind == DisturbanceKind::pop
-                ? "pop, " + framesText(disturbance.frames) + " spoilt"
-                : framesText(disturbance.frames) + " " + std::string(disturbanceName(disturbance.kind));
-    if (disturbance.within > 0)
-        text += ", or up to " + fixedDecimals(1000.0 * static_cast<double>(disturbance.within) / sampleRate, 0) +
-                " ms later";
-    return text;
-}
-
 void addDisturbanceFinding(std::vector<std::string>& findings, const LoopResult& result, DisturbanceKind kind,
                            std::string_view what, std::uint32_t sampleRate) {
     const std::size_t places = result.count(kind);
@@ -89,6 +77,18 @@ void addChannelFindings(std::vector<std::string>& findings, const LoopResult& re
 }
 
 } // namespace
+
+std::string disturbanceText(const Disturbance& disturbance, std::uint32_t sampleRate) {
+    std::string text = "at " + fixedDecimals(secondsOf(disturbance, sampleRate), 3) + " s (frame " +
+                       std::to_string(disturbance.frame) + "): ";
+    text += disturbance.kind == DisturbanceKind::pop
+                ? "pop, " + framesText(disturbance.frames) + " spoilt"
+                : framesText(disturbance.frames) + " " + std::string(disturbanceName(disturbance.kind));
+    if (disturbance.within > 0)
+        text += ", or up to " + fixedDecimals(1000.0 * static_cast<double>(disturbance.within) / sampleRate, 0) +
+                " ms later";
+    return text;
+}
 
 std::vector<std::string> loopLines(const LoopResult& result, std::uint32_t sampleRate) {
     std::vector<std::string> lines;

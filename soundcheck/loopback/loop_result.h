@@ -66,7 +66,8 @@ struct LatencySpread {
 
 /** The same moment as it was played and as it came back; channel by channel `captured` lies under `played`. */
 struct LoopExcerpt {
-    std::uint64_t frame = 0;     ///< of the recording
+    std::optional<Disturbance> disturbance; ///< what it shows; none: the first mark
+    std::uint64_t frame = 0;                ///< of the recording
     std::vector<float> played;   ///< of the channel that is heard in the recording's first, at the recording's rate
     std::vector<float> captured; ///< the recording's first channel
 };

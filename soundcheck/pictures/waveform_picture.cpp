@@ -18,6 +18,9 @@ constexpr double kLeastPeak = 0.001;
 /** What one column may stand for: a block. In a longer pause between two columns there is nothing to be seen. */
 constexpr double kPieceSeconds = 0.03;
 
+/** A shorter signal, as one of a single block, does not fill the width. */
+constexpr double kShortestSeconds = 0.02;
+
 double peakOf(const WaveTrack& track) {
     double peak = 0;
     for (const WaveColumn& column : track.columns)
@@ -70,9 +73,9 @@ std::string waveformPicture(std::span<const WaveTrack> tracks) {
     if (rows == 0)
         return {};
 
-    const Scale time = timeScale(first, last, 0.1);
+    const Scale time = timeScale(first, last, kShortestSeconds);
     Drawing drawing(static_cast<double>(rows) * (kRowHeight + kLineHeight) + kAxisHeight,
-                    "Waveforms over " + fixedDecimals(last - first, 1) + " seconds");
+                    "Waveforms over " + fixedDecimals(last - first, last - first < 1 ? 3 : 1) + " seconds");
     PlotArea area;
     area.left = kSideMargin;
     area.bottom = 0;

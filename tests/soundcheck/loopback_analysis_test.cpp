@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <span>
 
 namespace soundcheck {
 namespace {
@@ -159,6 +160,28 @@ TEST_P(LoopAnalysis, Latency_IsTheDelay) {
     EXPECT_NEAR(result.capturedRate, loop.sampleRate, 0.01);
 }
 
+TEST(LoopAnalysisOfSignal, QueuesThatFillUpFirst_DoNotCountInTheRates) {
+    const SyntheticLoop loop;
+    LoopRecording recording = makeRecording(loop);
+    for (std::vector<double>* times : {&recording.playedSeconds, &recording.capturedSeconds})
+        for (std::size_t block = 0; block < 4; ++block)
+            (*times)[block] = 0.08; // four at once, then one by one
+    const LoopResult result = judge(loop, recording);
+    EXPECT_NEAR(result.playedRate, loop.playedRate, 0.001);
+    EXPECT_NEAR(result.capturedRate, loop.sampleRate, 0.001);
+}
+
+TEST(LoopAnalysisOfSignal, ShorterThanTwoSeconds_AllBlocksCountInTheRates) {
+    const SyntheticLoop loop;
+    LoopRecording recording = makeRecording(loop);
+    recording.playedSeconds.resize(99);
+    for (double& time : std::span(recording.playedSeconds).first(50))
+        time += 0.01;
+    EXPECT_GT(judge(loop, recording).playedRate, 1.001 * loop.playedRate);
+    recording.playedSeconds.push_back(99 * 0.02);
+    EXPECT_NEAR(judge(loop, recording).playedRate, loop.playedRate, 0.001);
+}
+
 TEST(LoopAnalysisOfSignal, AddedFrames_MakeTheLatencyLonger) {
     const SyntheticLoop loop;
     LoopRecording recording = makeRecording(loop);
@@ -285,10 +308,12 @@ TEST(LoopAnalysisOfSignal, Excerpts_LieUnderEachOther) {
     const LoopResult result = judge(loop, recording);
     ASSERT_EQ(result.excerpts.size(), 2U);
     const LoopExcerpt& mark = result.excerpts.front();
+    EXPECT_EQ(mark.disturbance, std::nullopt);
     ASSERT_EQ(mark.played.size(), mark.captured.size());
     for (std::size_t i = 0; i < mark.played.size(); ++i)
         ASSERT_NEAR(mark.played[i], mark.captured[i], 0.001) << i;
     const LoopExcerpt& gap = result.excerpts.back();
+    EXPECT_EQ(gap.disturbance, result.disturbances.front());
     for (std::size_t i = 0; gap.frame + i < place; ++i)
         ASSERT_NEAR(gap.played[i], gap.captured[i], 0.001) << i;
     EXPECT_EQ(gap.captured[place - gap.frame + 10], 0.0F);

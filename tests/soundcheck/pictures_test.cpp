@@ -95,6 +95,17 @@ TEST(Waveforms, LongSignal_MakesASmallPicture) {
     EXPECT_LT(waveformPicture(std::vector<WaveTrack>{track("hours", 1000000, 0.5)}).size(), 50000U);
 }
 
+TEST(Waveforms, ExcerptOfOneBlock_FillsTheWidth) {
+    WaveTrack block{"block", {}};
+    for (int i = 0; i <= 960; ++i)
+        block.columns.push_back({7 + i / 48000.0, -0.5, 0.5});
+    const std::string svg = waveformPicture(std::vector<WaveTrack>{block});
+    EXPECT_TRUE(contains(svg, "M22.0 "));
+    EXPECT_TRUE(contains(svg, "M537.0 ")) << "up to the right";
+    EXPECT_TRUE(contains(svg, ">7.010<")) << "in the time of the recording";
+    EXPECT_TRUE(contains(svg, "Waveforms over 0.020 seconds"));
+}
+
 TEST(Waveforms, FaintNoise_IsNotStretched) {
     const std::string svg = waveformPicture(std::vector<WaveTrack>{track("noise", 10, 1e-5)});
     EXPECT_TRUE(contains(svg, "M22.0 54.")) << svg; // the middle of the row of 70 below 20: 55
