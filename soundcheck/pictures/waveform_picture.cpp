@@ -48,8 +48,12 @@ std::string strokesOf(const WaveTrack& track, const PlotArea& area, const Scale&
     std::string commands;
     const double widest = 1 + kPieceSeconds * (area.right - area.left) / (time.high - time.low);
     for (auto stroke = strokes.begin(); stroke != strokes.end(); ++stroke) {
-        const auto& [x, column] = *stroke;
+        auto [x, column] = *stroke;
         const auto next = std::next(stroke);
+        if (next != strokes.end() && next->first <= x + widest) { // up to the next one, else a steep curve is dashed
+            column.high = std::max(column.high, next->second.low);
+            column.low = std::min(column.low, next->second.high);
+        }
         const double right = std::min(next == strokes.end() ? area.right : next->first, x + widest);
         const double top = position(level, column.high, area.bottom, area.top);
         const double bottom = std::max(position(level, column.low, area.bottom, area.top), top + 1); // silence, too

@@ -106,6 +106,14 @@ TEST(Waveforms, ExcerptOfOneBlock_FillsTheWidth) {
     EXPECT_TRUE(contains(svg, "Waveforms over 0.020 seconds"));
 }
 
+TEST(Waveforms, SteepCurve_IsOneLineWithoutHoles) {
+    const std::string joined =
+        waveformPicture(std::vector<WaveTrack>{{"step", {{0, -1, -1}, {0.02, 1, 1}, {0.04, 1, 1}}}});
+    EXPECT_TRUE(contains(joined, "M22.0 20.0L")) << "from the bottom to the top: " << joined;
+    const std::string apart = waveformPicture(std::vector<WaveTrack>{{"pause", {{0, -1, -1}, {5, 1, 1}}}});
+    EXPECT_FALSE(contains(apart, "M22.0 20.0L")) << "nothing is known of the time between";
+}
+
 TEST(Waveforms, FaintNoise_IsNotStretched) {
     const std::string svg = waveformPicture(std::vector<WaveTrack>{track("noise", 10, 1e-5)});
     EXPECT_TRUE(contains(svg, "M22.0 54.")) << svg; // the middle of the row of 70 below 20: 55
