@@ -49,6 +49,8 @@ DoctorExamination::Result DoctorExamination::examine(const DoctorCheck& check, J
     result.command = check.arguments.front();
     const InnerRun inner = runInner(m_context, check.arguments);
     const Json whole = inner.document->json(inner.code);
+    if (const Json& plugin = whole["environment"]["plugin"]; plugin.is_object())
+        m_context.document.setPlugin(plugin); // each check loads it anew; the report is about it
     if (whole.contains(result.command))
         found = whole[result.command];
     for (const Json& finding : whole["findings"])

@@ -91,7 +91,9 @@ TEST_F(DoctorRun, GoodDevices_PassAndWhatIsMissingIsToldSo) {
         EXPECT_EQ(verdict(title), "passed") << title;
     EXPECT_EQ(verdict("Loop and echo"), "nothing checked") << "no device hears another";
     EXPECT_TRUE(m_document["findings"].empty());
+    EXPECT_EQ(m_document["environment"]["plugin"]["name"], "Fake Sound");
     EXPECT_TRUE(pageSays("<h1>Passed</h1>"));
+    EXPECT_TRUE(pageSays(", Fake Sound</p>"));
     EXPECT_TRUE(pageSays("Play on Fake Speaker: passed"));
     EXPECT_TRUE(pageSays("captured from Fake Microphone"));
     EXPECT_EQ(journal().find("FINALIZED-TOO-EARLY"), std::string::npos);
