@@ -11,7 +11,7 @@
 namespace soundcheck {
 namespace {
 
-constexpr double kBarHeight = 14;
+constexpr double kBarHeight = 20; // a single device is to be seen on a phone, too
 constexpr double kMarkHeight = 18;
 
 /** A gap of 100 ms in an hour is thinner than any line, and yet what one looks for. */

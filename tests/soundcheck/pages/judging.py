@@ -84,7 +84,7 @@ class PageTest(unittest.TestCase):
         self.assertLess(found["firstTop"], 100)
         for picture in found["pictures"]:
             self.assertGreater(picture["marks"], 0)
-            self.assertGreater(picture["height"], 50)  # a single device on a timeline has 57 on a phone
+            self.assertGreater(picture["height"], 60)
             self.assertGreater(picture["letters"], 10)
             self.assertEqual(picture["outside"], [])
             self.assertEqual(picture["overlapping"], [])
