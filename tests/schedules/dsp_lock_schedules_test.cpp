@@ -102,9 +102,9 @@ ENUMERATED_SCHEDULES(DspLockSchedules, StopAndCloseUnderTheLock_AreNotHeldUp,
     sim.advance(100);
     fromHereOn();
     untilNextWake();
+    atOnce([&] { EXPECT_EQ(client.lockDsp(), 0); });
+    stopAtOnce(speaker);
     atOnce([&] {
-        EXPECT_EQ(client.lockDsp(), 0);
-        EXPECT_EQ(client.stop(speaker), 0);
         EXPECT_EQ(client.close(mic), 0);
         EXPECT_EQ(client.close(speaker), 0);
         EXPECT_EQ(client.waitForClosed(), 0);

@@ -2,12 +2,15 @@
 //
 // - locks are always taken in the same order: no two threads ever take two of them the other way round;
 // - whoever is inside the DSP lock finds `dspIdleEvent` reset, and when nobody is it is set: no loop waits in vain;
-// - the plug-in's threads never wait while they own a lock.
+// - nobody waits, closes a handle or sleeps while he owns a lock, but for a client that does so inside the DSP lock;
+// - from each start to the end of a device's life, what it plays and what the client is given of it are numbered
+//   blocks without a gap, a repetition or anything else between them.
 #pragma once
 
 #include "client.h"
 #include "simulation.h"
 
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -21,20 +24,27 @@ public:
     Invariants(const Invariants&) = delete;
     Invariants& operator=(const Invariants&) = delete;
 
-    // On a client thread, when nobody holds the DSP lock: takes it once to learn which section and event it is made of.
+    // On a client thread, when nobody holds the DSP lock: takes it once to learn which section and event it is made
+    // of. Of a device that already plays or records, what came before counts as well.
     void watch();
 
 private:
+    void learnDspLock();
+    void followStreams();
     [[nodiscard]] std::string checkStep();
     [[nodiscard]] std::string checkLockOrder();
     [[nodiscard]] std::string checkDspLock() const;
-    void checkWait(const char* call);
+    [[nodiscard]] std::string checkStreams();
+    void checkCall(const char* call);
 
     simulator::Simulation& m_Sim;
     simulator::Client& m_Client;
     int m_DspSection = 0;
     int m_DspIdleEvent = 0;
     std::size_t m_KnownPairs = 0;
+    std::map<std::string, simulator::NumberedChecker> m_Played;   // of this life, by label
+    std::map<std::string, simulator::NumberedChecker> m_Recorded; // of this life, by identifier
+    std::size_t m_CapturedSeen = 0;
     bool m_Broken = false; // told once
 };
 

@@ -9,8 +9,8 @@ ENUMERATED_SCHEDULES(LifecycleSchedules, PlaybackOpenStartStopClose_AnsweredAtOn
     sim.advance(1); // the monitor sleeps
     fromHereOn();
     atOnce([&] { openAndStart(speaker); });
+    stopAtOnce(speaker);
     atOnce([&] {
-        EXPECT_EQ(client.stop(speaker), 0);
         EXPECT_EQ(client.close(speaker), 0);
         EXPECT_EQ(client.waitForClosed(), 0);
     });
@@ -30,8 +30,8 @@ ENUMERATED_SCHEDULES(LifecycleSchedules, CaptureOpenStartStopClose_AnsweredAtOnc
     fromHereOn();
     atOnce([&] { openAndStart(mic); });
     sim.advance(41);
+    stopAtOnce(mic);
     atOnce([&] {
-        EXPECT_EQ(client.stop(mic), 0);
         EXPECT_EQ(client.close(mic), 0);
         EXPECT_EQ(client.waitForClosed(), 0);
     });
@@ -53,14 +53,10 @@ ENUMERATED_SCHEDULES(LifecycleSchedules, StopWhileBlocksAreFetched_EndsTheLoopAt
     fromHereOn();
     for (int wakes = 0; wakes < 4; ++wakes)
         untilNextWake();
-    const double stopped = sim.now();
-    EXPECT_EQ(client.stop(speaker), 0);
+    stopAtOnce(speaker);
     EXPECT_EQ(client.close(speaker), 0); // also wakes the monitor
-    sim.advance(1);
     upToHere();
-    const std::vector<CallRecord> stops = sim.calls("Secondary.Stop");
-    ASSERT_EQ(stops.size(), 1u);
-    EXPECT_EQ(static_cast<double>(stops[0].time) / kMillisecond, stopped);
+    EXPECT_EQ(sim.count("Secondary.Stop"), 1u);
     const NumberedChecker heard = speaker.checkHeard();
     EXPECT_EQ(heard.breaks() + heard.silence() + heard.garbage(), 0u);
     client.waitForClosed();

@@ -47,8 +47,12 @@ RANDOM_SCHEDULES(RandomSchedules, DevicesOpenedAndClosedAgain_AreGoneAfterEveryW
         sim.advance(30);
         client.lockDsp();
         client.unlockDsp();
+        if (i > 0) {
+            stopAtOnce(speaker);
+            stopAtOnce(mic);
+        }
         atOnce([&] {
-            EXPECT_EQ(client.stop(speaker), 0);
+            EXPECT_EQ(client.stop(speaker), 0); // the first time with the close on its heels
             EXPECT_EQ(client.close(speaker), 0);
             EXPECT_EQ(client.close(mic), 0);
             EXPECT_EQ(client.waitForClosed(), 0);

@@ -1,10 +1,11 @@
 #include "scheduled_scenario.h"
 
+#include "schedule_text.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
 #include <utility>
 
 namespace schedules {
@@ -31,27 +32,6 @@ std::optional<std::pair<std::uint64_t, std::uint64_t>> share() {
     return std::pair(std::stoull(wanted), std::stoull(wanted.substr(slash + 1)));
 }
 
-std::string textOf(const Switches& switches) {
-    std::string text;
-    for (const auto& [choice, candidate] : switches)
-        text.append(text.empty() ? "" : " ").append(std::to_string(choice) + ":" + std::to_string(candidate));
-    return text;
-}
-
-// "3:1 17:2", "seed 12", or "none" for the undisturbed order.
-std::unique_ptr<Policy> policyFrom(const std::string& text) {
-    std::istringstream words(text);
-    Switches switches;
-    for (std::string word; words >> word;) {
-        std::uint64_t number = 0;
-        if (word == "seed" && words >> number)
-            return randomSchedule(number);
-        if (const auto colon = word.find(':'); colon != std::string::npos)
-            switches[std::stoull(word)] = std::stoull(word.substr(colon + 1));
-    }
-    return forcedSwitches(std::move(switches));
-}
-
 std::string testName() {
     const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
     return std::string(test.test_suite_name()) + "." + test.name();
@@ -62,7 +42,10 @@ bool replayed(MakeScenario make) {
     const std::string wanted = environment("SCHEDULE");
     if (wanted.empty())
         return false;
-    make()->playUnder(policyFrom(wanted), true);
+    if (std::unique_ptr<Policy> policy = policyFrom(wanted))
+        make()->playUnder(std::move(policy), true);
+    else
+        ADD_FAILURE() << "SCHEDULE is no schedule: " << wanted;
     return true;
 }
 
@@ -130,14 +113,27 @@ void ScheduledScenario::openAndStart(const Device& device, std::uint32_t context
     EXPECT_EQ(client.start(device, contextId), 0);
 }
 
+void ScheduledScenario::stopAtOnce(const Device& device, std::uint32_t contextId) {
+    const char* const call = device.direction() == Direction::playback ? "Secondary.Stop" : "CaptureBuffer.Stop";
+    const Nanoseconds moment = sim.scheduler().now();
+    const auto stops = [&] {
+        return std::ranges::count_if(sim.calls(call), [&](const CallRecord& stop) {
+            return stop.subject == device.label() && stop.time == moment;
+        });
+    };
+    const auto before = stops();
+    EXPECT_EQ(client.stop(device, contextId), 0);
+    sim.advance(1);
+    EXPECT_EQ(stops(), before + 1) << device.label() << " was not stopped at once";
+}
+
 void playEnumerated(const char* promise, MakeScenario make) {
     testing::Test::RecordProperty("behaviour", promise);
     if (replayed(make))
         return;
     const Stopwatch stopwatch;
-    Enumeration enumeration([make](const Switches& switches) {
-        return tryOne(make, forcedSwitches(switches), switches.empty() ? "none" : textOf(switches));
-    });
+    Enumeration enumeration(
+        [make](const Switches& switches) { return tryOne(make, forcedSwitches(switches), textOf(switches)); });
     if (const auto wide = share())
         enumeration.run({.number = wide->first, .of = wide->second});
     else

@@ -53,6 +53,8 @@ protected:
     // To the very moment at which a thread of the plug-in wakes, so that both can run; a block later at the most.
     void untilNextWake();
     void openAndStart(const Device& device, std::uint32_t contextId = 7);
+    // A running device: its buffer is stopped in the very moment of the call. A millisecond passes.
+    void stopAtOnce(const Device& device, std::uint32_t contextId = 7);
 
     Simulation sim;
     Client client{sim};
