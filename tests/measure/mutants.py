@@ -75,7 +75,12 @@ def try_all(mutations: list[Mutation], results: Results, jobs: int) -> dict[Muta
                 mutation = waiting.get_nowait()
             except queue.Empty:
                 return
-            verdict = trials.try_one(tree, mutation)
+            try:
+                verdict = trials.try_one(tree, mutation)
+            except (BuildError, OSError) as error:
+                problems.append(error)
+                ended.set()
+                programs.end_all()
             if ended.is_set():
                 return # what was ended from outside proves nothing
             verdicts[mutation] = verdict
@@ -83,6 +88,7 @@ def try_all(mutations: list[Mutation], results: Results, jobs: int) -> dict[Muta
             print(f'[{len(verdicts)}/{len(mutations)}] {verdict.outcome:8} {verdict.seconds:5.1f} s  {mutation}'
                   + (f'  by {verdict.by}' if verdict.by else ''), flush=True)
 
+    problems: list[Exception] = []
     ended = threading.Event()
     workers = [threading.Thread(target=work, args=(tree,)) for tree in trees]
     try:
@@ -93,6 +99,8 @@ def try_all(mutations: list[Mutation], results: Results, jobs: int) -> dict[Muta
     finally:
         ended.set()
         programs.end_all()
+    if problems:
+        raise BuildError(f'Given up: {problems[0]}')
     return verdicts
 
 
@@ -103,10 +111,10 @@ def report(verdicts: dict[Mutation, Verdict], known: list[Mutation], whole: bool
     if survivors:
         print('\nNot noticed:')
     for mutation in survivors:
-        print(f'{mutation}\n    {reasons.get(mutation.key, "NO REASON")}')
+        print(f'{mutation}\n    {reasons.get(mutation.reason_key, "NO REASON")}')
 
-    unexplained, stale = compare((mutation.key for mutation in survivors), reasons)
-    tried = {mutation.key for mutation in known}
+    unexplained, stale = compare((mutation.reason_key for mutation in survivors), reasons)
+    tried = {mutation.reason_key for mutation in known}
     stale = stale if whole else [key for key in stale if key in tried]
     for key in stale:
         print(f'{REASONS.name}: noticed, or no longer there: {key}')
@@ -115,7 +123,7 @@ def report(verdicts: dict[Mutation, Verdict], known: list[Mutation], whole: bool
     share = 100 * noticed / max(1, noticed + survived)
     print(f'\n{noticed} of {noticed + survived} mutants noticed: {share:.1f} % (goal: {GOAL} %). '
           f'Not counted: {counted[Outcome.INVALID]} that do not compile, {counted[Outcome.SAME]} that the compiler '
-          f'turns into the same program.\n{survived} survivors, {len(unexplained)} kinds of them without reason; '
+          f'turns into the same program.\n{survived} survivors, {len(unexplained)} of them without reason; '
           f'{len(stale)} stale reasons')
     return 1 if unexplained or stale else 0
 

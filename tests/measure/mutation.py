@@ -17,7 +17,7 @@ class Change:
 class Mutation:
     file: str       # relative to the project
     line: int       # for people only: it is no part of the key
-    occurrence: int # of changes with the same key in the file
+    occurrence: int # of changes with the same key in the file, from 1
     key: str
     change: Change
 
@@ -27,6 +27,11 @@ class Mutation:
     @property
     def identity(self) -> str:
         return f'{self.key} | {self.occurrence}'
+
+    @property
+    def reason_key(self) -> str:
+        """By which mutants_reasons.txt knows it: the first of its kind by the key alone, a later one with its number."""
+        return self.key if self.occurrence == 1 else self.identity
 
     def __str__(self) -> str:
         return f'{self.file}:{self.line}: {self.key.split(" | ", 1)[1]}'

@@ -57,6 +57,12 @@ class ShadowTree:
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         return built.returncode == 0
 
+    def require_unchanged(self, target: str) -> None:
+        """Makes sure that a build that failed was the change's fault."""
+        self.restore()
+        if not self.build(target):
+            raise BuildError(f'{target} does not build any more in {self._folder}, even unchanged')
+
     def same_plugin(self) -> bool:
         """Whether the compiler made the same DLL from the changed source."""
         return self._plugin() == self._unchanged_plugin

@@ -1,4 +1,7 @@
-"""Changes of whole statements: left out, done in the other order, or under the opposite condition."""
+"""Changes of whole statements: left out, done in the other order, or under the opposite condition.
+
+An early exit counts as a statement, and so does the call that a declaration begins with.
+"""
 
 from dataclasses import dataclass
 
@@ -18,7 +21,7 @@ _COMPARISONS = {'==', '!=', '<', '<=', '>', '>='}
 @dataclass(frozen=True)
 class _Statement:
     first: int   # position of its first token
-    last: int    # position of its semicolon
+    last: int    # position of its semicolon, or of the bracket that ends it
     calls: bool
     conditional: bool # the whole body of an if or a loop, without braces
 
@@ -30,15 +33,66 @@ def statement_changes(source: str, found: list[Token]) -> list[Change]:
         start, end = found[statement.first].start, found[statement.last].start
         changes.append(Change('dropped', start, end, '', 'the statement'))
         adjacent = before is not None and before.last + 1 == statement.first
-        if adjacent and before.calls and statement.calls and not before.conditional:
+        if adjacent and (before.calls or statement.calls) and not before.conditional:
             changes.append(_swapped(source, found, before, statement))
+        condition = _if_behind(found, statement)
+        if condition is not None:
+            changes.append(_swapped(source, found, statement, condition))
         before = statement
-    return changes + _conditions(source, found)
+    return changes + _exits(found) + _initial_calls(found) + _conditions(source, found)
 
 
 def _swapped(source: str, found: list[Token], first: _Statement, second: _Statement) -> Change:
     texts = [source[found[s.first].start:found[s.last].end] for s in (second, first)]
     return Change('swapped', found[first.first].start, found[second.last].end, ' '.join(texts), 'with the next')
+
+
+def _if_behind(found: list[Token], statement: _Statement) -> _Statement | None:
+    """The `if` right behind a call, when it calls something, too, and has no `else`."""
+    first = statement.last + 1
+    if not statement.calls or statement.conditional or found[first].text != 'if' or found[first + 1].text != '(':
+        return None
+    head = closing(found, first + 1)
+    calls = any(token.text == '(' for token in found[first + 2:head])
+    last = closing(found, head + 1) if found[head + 1].text == '{' else _end(found, head + 1)
+    if not calls or last is None or found[last + 1].text == 'else':
+        return None
+    return _Statement(first, last, True, False)
+
+
+def _exits(found: list[Token]) -> list[Change]:
+    """Early exits left out: every `return` under a condition."""
+    changes = []
+    opened = [False] # of each bracket that is open, whether an if or a loop opened it
+    for position, token in enumerate(found):
+        if token.text in ('(', '[', '{'):
+            opened.append(token.text == '{' and position > 0 and _begins_body(found, position))
+        elif token.text in (')', ']', '}'):
+            opened.pop()
+        elif token.text == 'return' and (opened[-1] or _begins_body(found, position)):
+            end = _end(found, position)
+            if end is not None:
+                changes.append(Change('dropped', token.start, found[end].start, '', 'the exit'))
+    return changes
+
+
+def _begins_body(found: list[Token], position: int) -> bool:
+    before = found[position - 1].text
+    return before == 'else' or (before == ')' and _ends_head(found, position - 1))
+
+
+def _initial_calls(found: list[Token]) -> list[Change]:
+    """`const A a = f();` becomes `const A a = {};`. Of what has no type of its own, nothing can be made."""
+    changes = []
+    for position, (token, bracket) in enumerate(zip(found, _innermost_brackets(found))):
+        if bracket != '{' or token.text != '=' or found[position - 1].kind != 'name':
+            continue
+        named = found[position - 2]
+        end = _end(found, position)
+        if named.kind != 'name' or named.text == 'auto' or end is None or found[end - 1].text != ')':
+            continue # no declaration, or no call
+        changes.append(Change('dropped', found[position + 1].start, found[end].start, '{}', 'the call'))
+    return changes
 
 
 def _statements(found: list[Token]) -> list[_Statement]:
@@ -48,7 +102,7 @@ def _statements(found: list[Token]) -> list[_Statement]:
         if bracket != '{': # of a function's body, or of a class, where nothing looks like a statement
             continue
         before = found[position - 1].text
-        conditional = before == 'else' or (before == ')' and _ends_head(found, position - 1))
+        conditional = _begins_body(found, position)
         if before not in (';', '{', '}') and not conditional:
             continue
         end = _end(found, position)

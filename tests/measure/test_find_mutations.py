@@ -60,6 +60,11 @@ class TokenChanges(unittest.TestCase):
     def test_flag_is_left_out_on_either_side(self):
         self.assertEqual(changed('f(A_B | C_D);', 'flag'), ['f(C_D);', 'f(A_B);'])
 
+    def test_constant_of_the_platform_becomes_0_or_1(self):
+        self.assertEqual(changed('f(DSBPLAY_LOOPING);', 'name'), ['f(0);'])
+        self.assertEqual(changed('return a == WAIT_OBJECT_0;', 'name'), ['return a == 1;'])
+        self.assertEqual(changed('f(DSBCAPS_A | DSBCAPS_B);', 'name'), [])
+
     def test_branches_change_places(self):
         self.assertEqual(changed('return a ? f(b, c) : D::e;', 'branches'), ['return a ? D::e : f(b, c);'])
         self.assertEqual(changed('f(a ? b : c, d);', 'branches'), ['f(a ? c : b, d);'])
@@ -78,9 +83,17 @@ class StatementChanges(unittest.TestCase):
             self.assertEqual(changed(in_function(statement + ';'), 'dropped'), [in_function(';')], statement)
 
     def test_declarations_and_returns_are_kept(self):
-        for statement in ('int a = f();', 'A::B a(1);', 'const auto a = f();', 'std::vector<int> a(1);', 'A& a = b();',
-                          'A* a = f();', 'return f();', 'if (a) return;', 'for (a = 0; f(a);) {}'):
+        for statement in ('int a = b;', 'A::B a(1);', 'const auto a = f();', 'std::vector<int> a(1);', 'A& a = b();',
+                          'A* a = f();', 'return f();', 'for (a = 0; f(a);) {}'):
             self.assertEqual(changed(in_function(statement), 'dropped'), [], statement)
+
+    def test_early_exit_is_dropped_and_the_last_return_kept(self):
+        self.assertEqual(changed(in_function('if (a) return; return;'), 'dropped'), [in_function('if (a) ; return;')])
+        self.assertEqual(changed(in_function('for (;;) { return f(1); }'), 'dropped'), [in_function('for (;;) { ; }')])
+        self.assertEqual(changed(in_function('if (a) b([] { return; });'), 'dropped'), [in_function('if (a) ;')])
+
+    def test_call_that_begins_a_value_is_dropped(self):
+        self.assertEqual(changed(in_function('const A::B a = b->f(1);'), 'dropped'), [in_function('const A::B a = {};')])
 
     def test_declarations_of_functions_are_kept(self):
         source = 'class A { ~A(); A(const A&) = delete; A(int a); void f(); [[nodiscard]] bool g() const; };'
@@ -94,6 +107,15 @@ class StatementChanges(unittest.TestCase):
 
     def test_calls_side_by_side_change_places(self):
         self.assertEqual(changed(in_function('f(); g();'), 'swapped'), [in_function('g(); f();')])
+
+        self.assertEqual(changed(in_function('a = b; g();'), 'swapped'), [in_function('g(); a = b;')])
+        self.assertEqual(changed(in_function('a = b; c = d;'), 'swapped'), [])
+
+    def test_call_changes_places_with_the_question_behind_it(self):
+        self.assertEqual(changed(in_function('f(); if (g()) return;'), 'swapped'), [in_function('if (g()) return; f();')])
+        self.assertEqual(changed(in_function('f(); if (g()) { h(); }'), 'swapped'), [in_function('if (g()) { h(); } f();')])
+        self.assertEqual(changed(in_function('f(); if (g()) h(); else i();'), 'swapped'), [])
+        self.assertEqual(changed(in_function('f(); if (a) return;'), 'swapped'), [])
 
     def test_what_is_not_side_by_side_keeps_its_place(self):
         self.assertEqual(changed(in_function('f(); int a = 1; g();'), 'swapped'), [])

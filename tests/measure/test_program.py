@@ -11,6 +11,7 @@ from dataclasses import dataclass
 from pathlib import Path
 
 _MOST_OUTPUT = 64 << 20  # bytes: a program that writes without end is stopped
+THE_START = 'the start'  # is blamed when no test began
 _RUN = re.compile(r'^\[ RUN      \] (\S+)', re.MULTILINE)
 _PASSED = re.compile(r'^\[       OK \] (\S+) \((\d+) ms\)', re.MULTILINE)
 _FAILED = re.compile(r'^\[  FAILED  \] ([\w/]+\.[\w/]+)', re.MULTILINE)
@@ -50,6 +51,12 @@ class TestPrograms:
             text = output.read().decode('utf-8', 'replace').replace('\r\n', '\n')
         return judge(text, status, None if tests is None else len(tests))
 
+    def starts(self, program: Path) -> bool:
+        """Whether the program can be started at all."""
+        listed = subprocess.run(['wine', program.name, '--gtest_list_tests'], cwd=program.parent,
+                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False)
+        return listed.returncode == 0 and bool(listed.stdout.strip())
+
     def end_all(self) -> None:
         """Ends what runs, and everything that is run later."""
         self._ended = True
@@ -69,7 +76,7 @@ def judge(output: str, status: int | None, expected: int | None) -> Run:
         return Run(True, '', seconds)
     failed = _FAILED.search(output)
     started = _RUN.findall(output)
-    return Run(False, failed[1] if failed else started[-1] if started else 'the start', seconds)
+    return Run(False, failed[1] if failed else started[-1] if started else THE_START, seconds)
 
 
 def _flag_file(tests: Collection[str] | None):

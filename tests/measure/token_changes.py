@@ -37,6 +37,12 @@ _NEXT = {name: family[(i + 1) % len(family)] for family in _FAMILIES for i, name
 _SCOPED = {'New', 'Open', 'Running', 'Stopped', 'TerminateRequested', 'Failed', 'Error', 'Warning', 'Information',
            'Initial', 'Repeated'}  # members of enumerations, elsewhere plain words
 
+# The platform's constants, of which each becomes 0; those that are 0 become 1.
+_PLATFORM = re.compile(
+    r'(DSBPLAY|DSCBSTART|DSBLOCK|DSSCL|DSCAPS|DSCCAPS|DSBCAPS|DSSPEAKER|THREAD_PRIORITY|WAIT|WAVE|HWND|CP|COINIT|ERROR'
+    r'|MMSYSERR|TIMERR|VER_GREATER)_[A-Z0-9_]+$')
+_ZERO = {'WAIT_OBJECT_0', 'MMSYSERR_NOERROR', 'TIMERR_NOERROR', 'THREAD_PRIORITY_NORMAL', 'COINIT_MULTITHREADED'}
+
 _INTEGER = re.compile(r"(0[xX][0-9a-fA-F']+|[0-9][0-9']*)[uUlL]*$")
 
 
@@ -51,7 +57,12 @@ def token_changes(source: str, found: list[Token]) -> list[Change]:
         elif token.kind == 'string' and before != 'extern':
             changes.append(Change('text', token.start, token.end, token.text[:-1] + '~"'))
         elif token.kind == 'name':
-            changes += _name(token, before) if found[position + 1].text != '=' else [] # no name at its definition
+            after = found[position + 1].text
+            if after == '=':
+                continue # no name at its definition
+            changes += _name(token, before)
+            if '|' not in (before, after): # else it is one of several flags, which are left out one by one
+                changes += _platform_constant(token)
         elif token.kind == 'sign':
             changes += _sign(source, found, position)
     return changes
@@ -89,6 +100,12 @@ def _name(token: Token, before: str) -> list[Change]:
     elif other is None and text == 'INFINITE':
         other = '0'
     return [Change('name', token.start, token.end, other)] if other else []
+
+
+def _platform_constant(token: Token) -> list[Change]:
+    if token.text in _NEXT or not _PLATFORM.match(token.text):
+        return []
+    return [Change('name', token.start, token.end, '1' if token.text in _ZERO else '0')]
 
 
 def _sign(source: str, found: list[Token], position: int) -> list[Change]:

@@ -8,8 +8,8 @@ from enum import StrEnum
 from pathlib import Path
 
 from mutation import Mutation
-from shadow_tree import PROJECT, PRESET, ShadowTree
-from test_program import TestPrograms
+from shadow_tree import PROJECT, PRESET, BuildError, ShadowTree
+from test_program import THE_START, TestPrograms
 
 SCENARIOS = 'scenario_tests.exe'
 UNITS = 'unit_tests.exe'
@@ -72,6 +72,7 @@ class Trials:
     def _outcome(self, tree: ShadowTree, mutation: Mutation) -> tuple[Outcome, str]:
         tree.apply(mutation)
         if not tree.build('directsound_win64'):
+            tree.require_unchanged('directsound_win64')
             return Outcome.INVALID, ''
         same = tree.same_plugin()
         scenarios = self._seconds[SCENARIOS]
@@ -80,6 +81,7 @@ class Trials:
             self._witnesses.add(mutation.file, by)
             return Outcome.NOTICED, by
         if not tree.build('unit_tests'):
+            tree.require_unchanged('unit_tests')
             return Outcome.NOTICED, 'the build of unit_tests'
         if by := self._noticed(tree, UNITS, list(self._seconds[UNITS])):
             return Outcome.NOTICED, by
@@ -98,7 +100,12 @@ class Trials:
         if not tests:
             return ''
         usual = sum(self._seconds[program][test] for test in tests)
-        return self._programs.run(tree.programs / program, tests, _LEAST + _PATIENCE * usual).blamed
+        blamed = self._programs.run(tree.programs / program, tests, _LEAST + _PATIENCE * usual).blamed
+        # The changed code may stop the unit tests before the first one. The scenario tests load it later: if even they
+        # do not begin, it is not the change.
+        if blamed == THE_START and not self._programs.starts(tree.programs / SCENARIOS):
+            raise BuildError('the test programs do not start any more')
+        return blamed
 
 
 def share_scenario_tests(tree: ShadowTree) -> None:
