@@ -85,7 +85,7 @@ def _initial_calls(found: list[Token]) -> list[Change]:
     """`const A a = f();` becomes `const A a = {};`. Of what has no type of its own, nothing can be made."""
     changes = []
     for position, (token, bracket) in enumerate(zip(found, _innermost_brackets(found))):
-        if bracket != '{' or token.text != '=' or found[position - 1].kind != 'name':
+        if bracket not in ('{', 'class') or token.text != '=' or found[position - 1].kind != 'name':
             continue
         named = found[position - 2]
         end = _end(found, position)
@@ -99,7 +99,7 @@ def _statements(found: list[Token]) -> list[_Statement]:
     """The calls, assignments, jumps and locks in their order."""
     statements = []
     for position, bracket in enumerate(_innermost_brackets(found)):
-        if bracket != '{': # of a function's body, or of a class, where nothing looks like a statement
+        if bracket != '{': # of a function's body
             continue
         before = found[position - 1].text
         conditional = _begins_body(found, position)
@@ -113,15 +113,23 @@ def _statements(found: list[Token]) -> list[_Statement]:
 
 
 def _innermost_brackets(found: list[Token]) -> list[str]:
-    """For every token, the bracket that is open there."""
+    """For every token, the bracket that is open there; of a class, "class"."""
     opened, innermost = [''], []
-    for token in found:
+    for position, token in enumerate(found):
         innermost.append(opened[-1])
         if token.text in ('(', '[', '{'):
-            opened.append(token.text)
+            opened.append('class' if token.text == '{' and _opens_class(found, position) else token.text)
         elif token.text in (')', ']', '}'):
             opened.pop()
     return innermost
+
+
+def _opens_class(found: list[Token], position: int) -> bool:
+    while position > 0 and found[position - 1].text not in (';', '{', '}', '(', ')'):
+        position -= 1
+        if found[position].text in ('class', 'struct', 'union', 'enum'):
+            return True
+    return False
 
 
 def _ends_head(found: list[Token], position: int) -> bool:

@@ -96,7 +96,7 @@ class StatementChanges(unittest.TestCase):
         self.assertEqual(changed(in_function('const A::B a = b->f(1);'), 'dropped'), [in_function('const A::B a = {};')])
 
     def test_declarations_of_functions_are_kept(self):
-        source = 'class A { ~A(); A(const A&) = delete; A(int a); void f(); [[nodiscard]] bool g() const; };'
+        source = 'class A : public B { public: A(); ~A(); A(const A&) = delete; A(int a); void f(); [[nodiscard]] bool g() const; };'
         self.assertEqual(changed(source, 'dropped'), [])
 
     def test_body_without_braces_is_dropped(self):
