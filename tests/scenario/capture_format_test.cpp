@@ -212,6 +212,12 @@ SCENARIO(CaptureFormat, RateOf49_IsRefused, "A delivered rate whose 20 ms hold n
     expectSenseless(sim, client, {2, 49, 16, std::nullopt});
 }
 
+SCENARIO(
+    CaptureFormat, SecondOf4GiB_IsRefused,
+    "A delivered format of which a second has 2^32 bytes, so that their number becomes 0, is refused with -212.") {
+    expectSenseless(sim, client, {1, 131072, 16, std::nullopt, 32768});
+}
+
 SCENARIO(CaptureFormat, RateOf50_IsAccepted, "A delivered rate whose 20 ms hold one frame is accepted.") {
     Device& microphone = sim.capture("Microphone").bufferKeeps({2, 50, 16, std::nullopt});
     EXPECT_EQ(client.initialize(), 0);

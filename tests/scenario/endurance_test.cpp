@@ -12,8 +12,14 @@ namespace {
 constexpr double kPlaybackDrift = 60; // parts per million
 constexpr double kCaptureDrift = -40;
 constexpr double kMinute = 60'000;
-constexpr std::size_t kPlayedBlocks = 50; // that wait to become references, with their records
-constexpr double kRound = 5 * kMinute;    // the headset comes and goes in each
+constexpr std::uint64_t kNumbers = 1ull << 30;            // of stereo frames, before they begin anew
+constexpr std::uint64_t kCushionBlocks = 5;               // of silence, ahead of the first block
+constexpr std::uint64_t kQueueDepth = kCushionBlocks + 1; // played blocks that are kept back from the reference
+constexpr std::uint64_t kQueueLimit = kCushionBlocks + 5;
+constexpr double kStepFrames = 480;        // in which the cursor of the playback device moves
+constexpr double kWaitingFrames = 2 * 960; // that a capture loop has not fetched when it ends
+constexpr std::size_t kPlayedBlocks = 50;  // that wait to become references, with their records
+constexpr double kRound = 5 * kMinute;     // the headset comes and goes in each
 
 unsigned hours() {
     const char* wanted = std::getenv("ENDURANCE_HOURS");
@@ -87,16 +93,27 @@ SCENARIO(
     Device& speaker = sim.playback("Speaker").steps(10).cursorLead(10).drifts(kPlaybackDrift);
     Device& mic = sim.capture("Mic").drifts(kCaptureDrift);
     Device& headset = sim.playback("Headset").absent();
-    NumberedChecker heard(2, 16);
-    NumberedChecker captured(2, 16);
+    StreamFollower heard;
+    StreamFollower captured;
     ReferenceFollower references(kFramesPerBlock);
+    std::uint64_t played = 0;                         // frames that the client gave
+    std::uint64_t nearest = UINT64_MAX, farthest = 0; // frames from the begin of a reference to the last one given
     for (Device* device : {&speaker, &headset})
         device->heard.keep = 0;
     speaker.heard.listener = [&](std::span<const std::byte> piece) { heard.feed(piece); };
     client.keepBlocks = false;
+    client.onPlayback = [&](const std::string& device, AudioBlock& block) {
+        played += device == speaker.id() ? static_cast<std::uint64_t>(block.frameCount) : 0;
+        return client.fillNumberedBlock(device, block);
+    };
     client.onCapture = [&](const std::string&, AudioBlock& block, AudioBlock* echo) {
         captured.feed(bytesOf(block));
-        echo ? references.feed(bytesOf(*echo)) : references.feedNone();
+        if (!echo)
+            return references.feedNone();
+        references.feed(bytesOf(*echo));
+        const std::uint64_t behind = (played - firstNumber(bytesOf(*echo))) % kNumbers;
+        nearest = std::min(nearest, behind);
+        farthest = std::max(farthest, behind);
     };
 
     client.initialize();
@@ -115,23 +132,33 @@ SCENARIO(
     const double lasted = sim.now() - started;
     client.closeAndFinalize({&speaker, &mic});
 
-    EXPECT_TRUE(heard.unbroken()) << heard.breaks() << " breaks, " << heard.silence() << " frames of silence";
-    EXPECT_NEAR(static_cast<double>(heard.frames()), framesIn(lasted, kPlaybackDrift), 0.2 * 48'000);
-    EXPECT_TRUE(captured.unbroken()) << captured.breaks() << " breaks, " << captured.silence() << " silent frames";
-    EXPECT_NEAR(static_cast<double>(captured.frames()), framesIn(lasted, kCaptureDrift), 0.2 * 48'000);
+    const NumberedChecker& out = heard.frames();
+    EXPECT_TRUE(out.unbroken()) << out.breaks() << " breaks, " << out.silence() << " frames of silence";
+    EXPECT_EQ(heard.first(), 0u);
+    EXPECT_EQ(out.leadIn(), kCushionBlocks * kFramesPerBlock);
+    EXPECT_NEAR(static_cast<double>(out.leadIn() + out.frames()), framesIn(lasted, kPlaybackDrift), kStepFrames);
+    const NumberedChecker& in = captured.frames();
+    EXPECT_TRUE(in.unbroken()) << in.breaks() << " breaks, " << in.silence() << " silent frames";
+    EXPECT_EQ(captured.first(), 0u);
+    EXPECT_EQ(in.leadIn(), 0u);
+    EXPECT_NEAR(static_cast<double>(in.frames()), framesIn(lasted, kCaptureDrift), kWaitingFrames);
     EXPECT_EQ(references.disorder(), 0u);
     // What one clock plays more than the other captures must be left out; so must what was still missing when a late
     // playback was waited for.
     const double surplus = (framesIn(lasted, kPlaybackDrift) - framesIn(lasted, kCaptureDrift)) / kFramesPerBlock;
     EXPECT_NEAR(static_cast<double>(references.leftOut()), surplus + static_cast<double>(references.missing()), 6);
     EXPECT_LT(references.missing(), references.blocks() / 1000);
+    EXPECT_LE(references.before(), kQueueDepth) << "the first reference is late";
+    EXPECT_EQ((references.blocks() + references.missing() + references.before()) * kFramesPerBlock, in.frames());
+    EXPECT_EQ(nearest, (kQueueDepth + 1) * kFramesPerBlock);
+    EXPECT_LE(farthest, kQueueLimit * kFramesPerBlock) << "a reference is late";
     EXPECT_EQ(client.notifications.size(), visitor.visits() * 4) << "added and removed, with the states";
     const double took = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     std::printf("tally: %.0f simulated seconds in %.1f s: %.0f per second; %llu blocks played, %llu captured, %llu "
                 "with reference, %llu left out of it, %llu without\n",
                 lasted / 1000, took, lasted / 1000 / took,
-                static_cast<unsigned long long>((heard.frames() + visitor.frames()) / kFramesPerBlock),
-                static_cast<unsigned long long>(captured.frames() / kFramesPerBlock),
+                static_cast<unsigned long long>((out.frames() + visitor.frames()) / kFramesPerBlock),
+                static_cast<unsigned long long>(in.frames() / kFramesPerBlock),
                 static_cast<unsigned long long>(references.blocks()),
                 static_cast<unsigned long long>(references.leftOut()),
                 static_cast<unsigned long long>(references.missing()));

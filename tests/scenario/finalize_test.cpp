@@ -88,6 +88,34 @@ SCENARIO(Finalize, RegisteredDevices_AreDestroyedInOrderWithoutHandshake,
     EXPECT_EQ(waits, 1u) << "for the monitor, and for no worker";
 }
 
+SCENARIO(Finalize, CaptureStillRunning_FindsNoReferenceInADestroyedDevice,
+         "While finalize destroys a playback device that is still registered, a capture device that has it as "
+         "reference and still runs gets its blocks without one.") {
+    Device& speaker = sim.playback("Speaker");
+    Device& microphone = sim.capture("Microphone");
+    client.initialize();
+    for (const Device* device : {&speaker, &microphone}) {
+        client.open(*device);
+        client.start(*device);
+    }
+    EXPECT_EQ(client.associate(microphone, speaker).result, 0);
+    sim.advance(505);
+    EXPECT_TRUE(client.captured.back().hasEcho);
+    speaker.breaks(DSERR_NODRIVER); // its worker ends
+    sim.advance(200);
+    const std::size_t before = client.captured.size();
+    std::size_t duringDestruction = 0;
+    // The first of a device's handles, behind the monitor's two. Both devices have no thread left when it is closed.
+    sim.on("CloseHandle").onCall(3).does([&] { duringDestruction = client.captured.size(); }).takes(70);
+    sim.on("CloseHandle").onCall(4).does([&] { duringDestruction = client.captured.size() - duringDestruction; });
+    sim.at(sim.now() + 45, [&] { microphone.breaks(DSERR_NODRIVER); });
+    EXPECT_EQ(client.finalize(), 0);
+    EXPECT_GE(duringDestruction, 2u);
+    ASSERT_GE(client.captured.size(), before + duringDestruction);
+    for (std::size_t i = client.captured.size() - duringDestruction; i < client.captured.size(); ++i)
+        EXPECT_FALSE(client.captured[i].hasEcho) << i;
+}
+
 SCENARIO(
     Finalize, CallbackUnderWay_MayCallBackIn,
     "While finalize waits for a notification that is under way, the callback may still list devices, ask for the "

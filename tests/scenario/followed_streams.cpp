@@ -9,6 +9,15 @@ constexpr std::uint64_t kNumbers = 1ull << 30; // of stereo frames, before they 
 
 } // namespace
 
+void StreamFollower::feed(std::span<const std::byte> piece) {
+    constexpr std::size_t kFrameBytes = kChannels * kBits / 8;
+    const bool begins = m_Frames.frames() == 0;
+    m_Frames.feed(piece);
+    // A stream that begins unbroken has run from its first number to that of the piece's last frame.
+    if (begins && m_Frames.frames() > 0)
+        m_First = simulator::firstNumber(piece.last(kFrameBytes), kChannels) + 1 - m_Frames.frames();
+}
+
 void ReferenceFollower::feed(std::span<const std::byte> reference) {
     simulator::NumberedChecker frames(kChannels, kBits);
     frames.feed(reference);

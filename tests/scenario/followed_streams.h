@@ -9,6 +9,20 @@
 
 namespace scenario {
 
+// Stereo frames of 16 bits in pieces, and with which number they began.
+class StreamFollower {
+public:
+    void feed(std::span<const std::byte> piece);
+
+    [[nodiscard]] const simulator::NumberedChecker& frames() const { return m_Frames; }
+    // Number of the first frame that was not silent; a number that never comes before.
+    [[nodiscard]] std::uint64_t first() const { return m_First; }
+
+private:
+    simulator::NumberedChecker m_Frames{2, 16};
+    std::uint64_t m_First = UINT64_MAX;
+};
+
 // The blocks that came as echo reference. Played blocks may be left out, since two clocks never agree; none may come
 // twice, out of order or in pieces.
 class ReferenceFollower {

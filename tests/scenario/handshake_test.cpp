@@ -38,6 +38,22 @@ Texts without(Texts calls, const std::string& prefix) {
 } // namespace
 } // namespace scenario
 
+SCENARIO(Handshake, EventsOfADevice_StaySetUntilTheyAreReset,
+         "A device's two events, the command and the reply, are made with manual reset, in both directions.") {
+    const Device& speaker = sim.playback("Speaker");
+    const Device& microphone = sim.capture("Microphone");
+    client.initialize();
+    for (const Device* device : {&speaker, &microphone}) {
+        const std::size_t before = sim.calls("CreateEventW").size();
+        EXPECT_EQ(client.open(*device).result, 0);
+        const std::vector<CallRecord> events = sim.calls("CreateEventW");
+        ASSERT_EQ(events.size(), before + 2) << device->label();
+        EXPECT_EQ(events[before].arguments, "manual reset") << device->label();
+        EXPECT_EQ(events[before + 1].arguments, "manual reset") << device->label();
+    }
+    client.closeAndFinalize({&speaker, &microphone});
+}
+
 SCENARIO(Handshake, Open_ClientPostsUnderTheSectionAndWaitsOutsideIt,
          "Open posts its command under the device's section, waits for the reply without it and without limit, and "
          "takes the reply back under it; the worker waits for the command, takes it back, opens the device and "

@@ -1,6 +1,7 @@
 // Which sections guard what threads share. A lock that is missing makes a race too rare to wait for.
 #include "scenario.h"
 
+#include <algorithm>
 #include <map>
 
 namespace scenario {
@@ -86,6 +87,34 @@ SCENARIO(Sections, EchoReferenceComesAndGoes_InsideTheSectionOnly,
     sim.on("EnterCriticalSection").of(playbackDevices).onCall(2).takes(100); // after the look for the device
     expectReferences(blocksWhile([&] { client.close(speaker); }), true);
     client.closeAndFinalize({&microphone});
+}
+
+SCENARIO(Sections, DeviceThatIsOpened_CanBeReachedFromInsideTheSectionOnly,
+         "As long as the client has to wait for the section to add a device that it opened, a capture device that "
+         "has it as reference does not find it.") {
+    const Device& speaker = sim.playback("Speaker");
+    const Device& microphone = sim.capture("Microphone");
+    client.initialize();
+    client.open(microphone);
+    client.start(microphone);
+    EXPECT_EQ(client.associate(microphone, speaker).result, 0);
+    sim.advance(105);                                        // between two blocks
+    const std::string playbackDevices = "S1", blocks = "S8"; // of the device that is opened second
+    const auto lookUps = [&](const std::string& section) {
+        return std::ranges::count_if(sim.calls("EnterCriticalSection"), [&](const CallRecord& call) {
+            return call.thread == "thread2" && call.subject == section;
+        });
+    };
+    const auto before = lookUps(playbackDevices);
+    sim.on("EnterCriticalSection").of(playbackDevices).onCall(2).takes(45); // after the look for the device
+    const double called = sim.now();
+    EXPECT_EQ(client.open(speaker).result, 0);
+    EXPECT_EQ(sim.now(), called + 45);
+    EXPECT_GE(lookUps(playbackDevices), before + 2);
+    EXPECT_EQ(lookUps(blocks), 0);
+    sim.advance(45);
+    EXPECT_GE(lookUps(blocks), 2);
+    client.closeAndFinalize({&speaker, &microphone});
 }
 
 SCENARIO(

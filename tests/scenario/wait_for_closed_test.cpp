@@ -82,6 +82,28 @@ SCENARIO(WaitForClosed, DeviceThatIsBeingEnded_IsStillWaitedFor,
     client.finalize();
 }
 
+SCENARIO(
+    WaitForClosed, DeviceThatHasBeenEnded_IsWaitedForUntilItIsTakenOffTheList,
+    "A device that the monitor has ended is waited for until the monitor has taken it off the list, for which it "
+    "may have to wait itself.") {
+    const Device& speaker = sim.playback("Speaker");
+    client.initialize();
+    client.open(speaker);
+    client.start(speaker);
+    sim.advance(100);
+    const std::string monitor = "S4"; // the section
+    client.close(speaker);
+    // The monitor enters it twice around the reset of its event, for the list, and when the device is gone.
+    sim.on("EnterCriticalSection").of(monitor).onCall(4).takes(100);
+    const double closed = sim.now();
+    sim.advance(50);
+    EXPECT_TRUE(sim.sound().living(speaker).empty());
+    EXPECT_EQ(client.waitForClosed(), 0);
+    EXPECT_EQ(sim.now(), closed + 100);
+    expectErrorLines({"Waiting for device to close"});
+    client.finalize();
+}
+
 SCENARIO(WaitForClosed, MonitorThreadEndedEarly_WaitsWithoutEnd,
          "When the monitor's thread has ended for want of COM nobody closes the devices, and the wait for them does "
          "not return; one with nothing to wait for does.") {
