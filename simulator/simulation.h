@@ -12,14 +12,16 @@
 //         client.finalize();
 //     });
 //
-// The scenario is the first client thread. While it is inside an export, or advances time, the other threads run.
-// One simulation exists at a time, and it runs once.
+// The scenario is the first client thread. While it is inside an export, or advances time, the other threads run. The
+// exports are called inside run() only, on its thread and on those of thread(): from anywhere else there is no way on,
+// and the process ends with a message. One simulation exists at a time, it runs once, and it alone loads the DLL.
 #pragma once
 
 #include "orvosoundbackend.h"
 #include "platform/world.h"
 #include "sound/sound_system.h"
 
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -37,7 +39,7 @@ struct Exports {
 
 // How a run ended and everything that was wrong with it.
 struct Report {
-    Scheduler::Ended ended = Scheduler::Ended::complete;
+    Scheduler::Ended ended = Scheduler::Ended::complete; // an exception that ended it is a problem, too
     std::vector<std::string> problems;
     std::string schedule; // how to get the same run again
     std::string trace;    // its last steps
@@ -67,7 +69,8 @@ std::filesystem::path besideProgram(const wchar_t* file);
 
 class Simulation {
 public:
-    // Throws std::runtime_error when the DLL cannot be loaded or lacks an export.
+    // Throws std::runtime_error when the DLL cannot be loaded (see ImportTable), lacks an export, or does not import
+    // what the simulator stands on; std::logic_error when there is another simulation.
     explicit Simulation(const std::filesystem::path& dll = besideProgram(L"directsound_win64.dll"));
     ~Simulation();
     Simulation(const Simulation&) = delete;
@@ -94,21 +97,30 @@ public:
         setPolicy(forcedSwitches(std::move(switches)));
     }
     void keepWholeTrace() { m_World.scheduler.trace().keep(0); }
-    // Without guard pages: for runs of very many blocks.
+    // Without guard pages: for runs of very many blocks, more than about two million.
     void plainHeap() { m_World.heap.setMode(GuardHeap::Mode::plain); }
-    // Checked before every choice; a text that it returns is a problem.
+    // Checked before every choice from the begin of the scenario on; the first text that it returns is a problem. There
+    // can be several.
     void invariant(std::function<std::string()> check);
+    // So many threads beside the first may be in the plug-in at once, its own among them. The runtime inside the DLL
+    // keeps a little for each; beyond the number that looks like a leak. Before run.
+    void threadsAtOnce(unsigned count) { m_ThreadsAtOnce = count; }
     void hangLimit(unsigned seconds) { m_World.scheduler.setHangLimit(seconds * kSecond); }
+    // So long nobody passes a switching point in real time before the process is ended; see Scheduler::setRealLimit.
+    void realLimit(unsigned seconds) { m_World.scheduler.setRealLimit(seconds * 1000); }
 
     // --- what is allowed to be left, exactly; nothing otherwise ---
     void expectLeft(Kind kind, std::size_t count) { m_Left[kind] = count; }
     [[nodiscard]] std::size_t expectedLeft(Kind kind) const { return m_Left.contains(kind) ? m_Left.at(kind) : 0; }
+    void expectHeapLeft(std::size_t blocks) { m_HeapLeft = blocks; }
     void allowOwnedSectionAtRemoval(unsigned count) { m_World.kernel.allowOwnedAtRemoval(count); }
 
+    // Throws std::logic_error when it has run before.
     Report run(std::function<void()> scenario);
 
     // --- inside the scenario ---
-    [[nodiscard]] const Exports& exports() const { return m_Exports; }
+    // Throws std::logic_error after a complete run: the DLL is unloaded.
+    [[nodiscard]] const Exports& exports() const;
     [[nodiscard]] double now() const; // milliseconds
     void advance(double milliseconds);
     // In steps of a millisecond, until it holds. False: it did not within the limit.
@@ -132,18 +144,37 @@ public:
     Findings& findings() { return m_World.findings; }
     Scheduler& scheduler() { return m_World.scheduler; }
     Kernel& kernel() { return m_World.kernel; }
-    [[nodiscard]] std::vector<std::string> imports() const { return m_Table->imports(); }
 
 private:
-    void warmUp();
-    void checkLedger();
+    struct OnlyOne {
+        OnlyOne();
+        ~OnlyOne();
+        OnlyOne(const OnlyOne&) = delete;
+        OnlyOne& operator=(const OnlyOne&) = delete;
+    };
+    struct Invariant {
+        std::function<std::string()> check;
+        bool broken = false;
+    };
 
+    void warmUp();
+    void checkInvariants();
+    void checkPolicy();
+    void unload();
+    void checkLedger();
+    void checkHeap();
+
+    OnlyOne m_OnlyOne; // before the world, of which the process has one
     World m_World;
     SoundSystem m_Sound{m_World};
     std::unique_ptr<ImportTable> m_Table;
     Exports m_Exports;
     std::unique_ptr<Policy> m_Policy = runUntilBlocked(); // until the scenario begins
+    std::deque<Invariant> m_Invariants;                   // a check may add another
     std::map<Kind, std::size_t> m_Left;
+    std::size_t m_HeapLeft = 0;
+    unsigned m_ThreadsAtOnce = 8;
+    bool m_HasRun = false;
 };
 
 } // namespace simulator

@@ -10,7 +10,6 @@ class Findings {
 public:
     void add(std::string what) { m_All.push_back(std::move(what)); }
     [[nodiscard]] const std::vector<std::string>& all() const { return m_All; }
-    void clear() { m_All.clear(); }
 
 private:
     std::vector<std::string> m_All;

@@ -1,7 +1,6 @@
-// Everything that the code under test took from the platform and has not given back yet.
+// Everything that the code under test took from the platform and has not given back yet; its heap has a book of its
+// own (GuardHeap). Used by the running thread, and by the controlling one when the run is over.
 #pragma once
-
-#include <windows.h>
 
 #include <cstdint>
 #include <map>
@@ -20,18 +19,12 @@ enum class Kind {
     window,
     taskMemory,
     localMemory,
-    heap,
 };
 
 const char* nameOf(Kind kind);
 
 class Ledger {
 public:
-    Ledger();
-    ~Ledger();
-    Ledger(const Ledger&) = delete;
-    Ledger& operator=(const Ledger&) = delete;
-
     // Forgets what is open.
     void start();
     // `key` tells two things of a kind apart; taking the same key twice counts two.
@@ -41,19 +34,17 @@ public:
 
     [[nodiscard]] bool holds(Kind kind, std::uintptr_t key) const;
     [[nodiscard]] std::size_t open(Kind kind) const;
-    [[nodiscard]] std::size_t takenEver(Kind kind) const;
-    // One line per open thing.
+    // One line per open thing, in the order in which they were taken.
     [[nodiscard]] std::vector<std::string> describeOpen(Kind kind) const;
 
 private:
     struct Entry {
         std::size_t count;
+        std::uint64_t serial; // of all things taken
         std::string label;
     };
-    // Heap blocks come and go also on threads that end beside the running one, so the book has a lock.
-    mutable CRITICAL_SECTION m_Lock;
     std::map<Kind, std::map<std::uintptr_t, Entry>> m_Open;
-    std::map<Kind, std::size_t> m_Taken;
+    std::uint64_t m_Taken = 0;
 };
 
 } // namespace simulator

@@ -1,7 +1,11 @@
 #include "import_table.h"
 
+#include <windows.h>
+
+#include <tlhelp32.h>
+
+#include <iterator>
 #include <stdexcept>
-#include <tuple>
 
 namespace simulator {
 namespace {
@@ -21,19 +25,52 @@ bool write(void** slot, void* value) noexcept {
     return true;
 }
 
+// More than a load of the DLL takes, so that the process can still do something else.
+bool slotsAreLeft() noexcept {
+    DWORD slots[8];
+    std::size_t taken = 0;
+    while (taken < std::size(slots) && (slots[taken] = TlsAlloc()) != TLS_OUT_OF_INDEXES)
+        ++taken;
+    for (std::size_t i = 0; i < taken; ++i)
+        TlsFree(slots[i]);
+    return taken == std::size(slots);
+}
+
 } // namespace
 
-ImportTable::ImportTable(const std::filesystem::path& dll) : m_Module(LoadLibraryW(dll.c_str())) {
+ImportTable::ImportTable(const std::filesystem::path& dll) : m_Path(dll), m_Module(nullptr) {
+    const std::string name = dll.filename().string();
+    if (GetModuleHandleW(dll.filename().c_str()))
+        throw std::runtime_error(name +
+                                 " is loaded already; whoever did so must let go of it before a simulation begins");
+    if (!slotsAreLeft())
+        throw std::runtime_error(
+            "the process has no slots for thread-local data left: the runtime inside " + name +
+            " keeps one each time it is loaded, so begin a new process before about a thousand simulations");
+    m_Module = LoadLibraryW(dll.c_str());
     if (!m_Module)
         throw std::runtime_error("cannot load " + dll.string() + ", error " + std::to_string(GetLastError()));
 }
 
-ImportTable::~ImportTable() {
-    wchar_t path[MAX_PATH];
-    const DWORD length = GetModuleFileNameW(m_Module, path, MAX_PATH);
+bool ImportTable::unload() noexcept {
+    if (!m_Module)
+        return true;
     FreeLibrary(m_Module);
-    if (length > 0 && length < MAX_PATH && GetModuleHandleW(path) == m_Module)
-        restore();
+    // Only compared: the module may be gone.
+    const bool gone = GetModuleHandleW(m_Path.filename().c_str()) != m_Module;
+    m_Module = nullptr;
+    return gone;
+}
+
+bool ImportTable::unloadForAll() noexcept {
+    constexpr int kHolders = 1000;
+    const HMODULE module = m_Module;
+    bool gone = unload();
+    for (int i = 0; !gone && i < kHolders; ++i) {
+        FreeLibrary(module);
+        gone = GetModuleHandleW(m_Path.filename().c_str()) != module;
+    }
+    return gone;
 }
 
 std::vector<ImportTable::Slot> ImportTable::slots() const {
@@ -48,8 +85,11 @@ std::vector<ImportTable::Slot> ImportTable::slots() const {
         const auto* name = at<IMAGE_THUNK_DATA>(m_Module, module->OriginalFirstThunk);
         auto* slot = at<void*>(m_Module, module->FirstThunk);
         for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
+            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) {
+                found.push_back(
+                    {at<char>(m_Module, module->Name), "#" + std::to_string(IMAGE_ORDINAL(name->u1.Ordinal)), slot});
                 continue;
+            }
             const auto* entry = at<IMAGE_IMPORT_BY_NAME>(m_Module, static_cast<DWORD>(name->u1.AddressOfData));
             found.push_back({at<char>(m_Module, module->Name), static_cast<const char*>(&entry->Name[0]), slot});
         }
@@ -62,17 +102,11 @@ void ImportTable::replace(std::span<const Replacement> replacements) {
         for (const Replacement& replacement : replacements) {
             if (slot.function != replacement.function)
                 continue;
-            m_Originals.try_emplace(slot.address, *slot.address);
             if (!write(slot.address, replacement.with))
                 throw std::runtime_error("import slot cannot be made writable");
+            m_Replaced.insert(slot.function);
         }
     }
-}
-
-void ImportTable::restore() noexcept {
-    for (const auto& [slot, original] : m_Originals)
-        std::ignore = write(slot, original); // was written before, so it can be written
-    m_Originals.clear();
 }
 
 void* ImportTable::exported(const char* name) const {
@@ -84,6 +118,22 @@ std::vector<std::string> ImportTable::imports() const {
     for (const Slot& slot : slots())
         names.push_back(slot.module + "!" + slot.function);
     return names;
+}
+
+std::vector<std::string> ImportTable::otherCopies() const {
+    std::vector<std::string> paths;
+    const HANDLE modules = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, 0);
+    if (modules == INVALID_HANDLE_VALUE)
+        return paths;
+    MODULEENTRY32W module{};
+    module.dwSize = sizeof(module);
+    for (BOOL found = Module32FirstW(modules, &module); found; found = Module32NextW(modules, &module)) {
+        const std::filesystem::path path(&module.szExePath[0]);
+        if (module.hModule != m_Module && lstrcmpiW(path.filename().c_str(), m_Path.filename().c_str()) == 0)
+            paths.push_back(path.string());
+    }
+    CloseHandle(modules);
+    return paths;
 }
 
 } // namespace simulator

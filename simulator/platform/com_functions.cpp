@@ -14,31 +14,36 @@ std::uintptr_t threadKey() {
 
 // The real COM stays out of it: nothing that is simulated needs it.
 HRESULT WINAPI initialize(LPVOID reserved, DWORD flags) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("CoInitializeEx");
     if (!w)
         return CoInitializeEx(reserved, flags);
     return w->call<HRESULT>(
         "CoInitializeEx", "", E_OUTOFMEMORY,
         [&]() -> HRESULT {
+            const auto [apartment, isNew] = w->apartments.try_emplace(Scheduler::current(), flags);
+            if ((apartment->second ^ flags) & COINIT_APARTMENTTHREADED)
+                return RPC_E_CHANGED_MODE;
             w->ledger.take(Kind::comInitialization, threadKey(), "on " + Scheduler::current()->name);
-            return S_OK;
+            return isNew ? S_OK : S_FALSE;
         },
         "flags " + std::to_string(flags));
 }
 
 void WINAPI uninitialize() {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("CoUninitialize");
     if (!w)
         return CoUninitialize();
     w->call("CoUninitialize", "", 0, [&] {
         if (!w->ledger.give(Kind::comInitialization, threadKey()))
             w->findings.add("CoUninitialize on " + Scheduler::current()->name + ", which did not initialize COM");
+        if (!w->ledger.holds(Kind::comInitialization, threadKey()))
+            w->apartments.erase(Scheduler::current());
         return 1;
     });
 }
 
 HRESULT WINAPI stringFromClsid(REFCLSID guid, LPOLESTR* text) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("StringFromCLSID");
     if (!w)
         return StringFromCLSID(guid, text);
     return w->call<HRESULT>("StringFromCLSID", "", E_OUTOFMEMORY, [&] {
@@ -50,7 +55,7 @@ HRESULT WINAPI stringFromClsid(REFCLSID guid, LPOLESTR* text) {
 }
 
 HRESULT WINAPI clsidFromString(LPCOLESTR text, LPCLSID guid) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("CLSIDFromString");
     if (!w)
         return CLSIDFromString(text, guid);
     return w->call<HRESULT>("CLSIDFromString", "", CO_E_CLASSSTRING, [&] { return CLSIDFromString(text, guid); });
@@ -58,6 +63,8 @@ HRESULT WINAPI clsidFromString(LPCOLESTR text, LPCLSID guid) {
 
 void WINAPI taskMemFree(LPVOID memory) {
     World* w = scheduledWorld();
+    if (w)
+        w->briefCall("CoTaskMemFree"); // it has no way to fail
     if (w && memory && !w->ledger.give(Kind::taskMemory, reinterpret_cast<std::uintptr_t>(memory)))
         w->findings.add("CoTaskMemFree of memory that is not taken");
     else
@@ -66,7 +73,7 @@ void WINAPI taskMemFree(LPVOID memory) {
 
 HWND WINAPI createWindow(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y, int width,
                          int height, HWND parent, HMENU menu, HINSTANCE instance, LPVOID data) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("CreateWindowExW");
     if (!w)
         return CreateWindowExW(exStyle, className, title, style, x, y, width, height, parent, menu, instance, data);
     std::string arguments;
@@ -84,21 +91,29 @@ HWND WINAPI createWindow(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD 
         [&] {
             const std::uintptr_t window = 0x00C00000 + 2 * ++w->windows;
             w->ledger.take(Kind::window, window, "of " + Scheduler::current()->name);
+            w->windowOwners[window] = Scheduler::current();
             return reinterpret_cast<HWND>(window);
         },
         arguments);
 }
 
 BOOL WINAPI destroyWindow(HWND window) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("DestroyWindow");
     if (!w)
         return DestroyWindow(window);
     return w->call("DestroyWindow", "", FALSE, [&]() -> BOOL {
-        if (w->ledger.give(Kind::window, reinterpret_cast<std::uintptr_t>(window)))
-            return TRUE;
-        w->findings.add("DestroyWindow of something that is no window");
-        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-        return FALSE;
+        const auto key = reinterpret_cast<std::uintptr_t>(window);
+        if (!w->ledger.holds(Kind::window, key)) {
+            w->findings.add("DestroyWindow of something that is no window");
+            SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+            return FALSE;
+        }
+        if (const ThreadState* owner = w->windowOwners[key]; owner != Scheduler::current()) {
+            w->findings.add("DestroyWindow by " + Scheduler::current()->name + " of a window of " + owner->name);
+            SetLastError(ERROR_ACCESS_DENIED);
+            return FALSE;
+        }
+        return w->ledger.give(Kind::window, key);
     });
 }
 

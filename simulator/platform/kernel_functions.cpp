@@ -8,6 +8,28 @@
 namespace simulator {
 namespace {
 
+// The world, when the section or handle is its affair. On a thread that the simulation did not start there is no way on
+// then: to the real system they are garbage.
+World* worldOf(const CRITICAL_SECTION* section, const char* call) {
+    World* w = world();
+    if (w && !Scheduler::current()) {
+        if (w->kernel.knows(section))
+            Scheduler::refuseOtherThread(call);
+        return nullptr;
+    }
+    return w && w->kernel.owns(section) ? w : nullptr;
+}
+
+World* worldOf(HANDLE handle, const char* call) {
+    World* w = world();
+    if (w && !Scheduler::current()) {
+        if (Kernel::isSimulated(handle))
+            Scheduler::refuseOtherThread(call);
+        return nullptr;
+    }
+    return !handle || Kernel::isSimulated(handle) ? w : nullptr;
+}
+
 void WINAPI initializeSection(CRITICAL_SECTION* section) {
     World* w = scheduledWorld();
     if (!w)
@@ -16,30 +38,30 @@ void WINAPI initializeSection(CRITICAL_SECTION* section) {
 }
 
 void WINAPI deleteSection(CRITICAL_SECTION* section) {
-    World* w = scheduledWorld();
-    if (!w || !w->kernel.owns(section))
+    World* w = worldOf(section, "DeleteCriticalSection");
+    if (!w)
         return DeleteCriticalSection(section);
     w->call("DeleteCriticalSection", w->kernel.nameOf(section), 0, [&] { return w->kernel.remove(section), 1; });
 }
 
 void WINAPI enterSection(CRITICAL_SECTION* section) {
-    World* w = scheduledWorld();
-    if (!w || !w->kernel.owns(section))
+    World* w = worldOf(section, "EnterCriticalSection");
+    if (!w)
         return EnterCriticalSection(section);
     w->call("EnterCriticalSection", w->kernel.nameOf(section), 0, [&] { return w->kernel.enter(section), 1; });
 }
 
 BOOL WINAPI tryEnterSection(CRITICAL_SECTION* section) {
-    World* w = scheduledWorld();
-    if (!w || !w->kernel.owns(section))
+    World* w = worldOf(section, "TryEnterCriticalSection");
+    if (!w)
         return TryEnterCriticalSection(section);
     return w->call("TryEnterCriticalSection", w->kernel.nameOf(section), FALSE,
                    [&]() -> BOOL { return w->kernel.tryEnter(section); });
 }
 
 void WINAPI leaveSection(CRITICAL_SECTION* section) {
-    World* w = scheduledWorld();
-    if (!w || !w->kernel.owns(section))
+    World* w = worldOf(section, "LeaveCriticalSection");
+    if (!w)
         return LeaveCriticalSection(section);
     w->call("LeaveCriticalSection", w->kernel.nameOf(section), 0, [&] { return w->kernel.leave(section), 1; });
 }
@@ -56,29 +78,29 @@ HANDLE WINAPI createEvent(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL sign
 }
 
 BOOL WINAPI setEvent(HANDLE event) {
-    World* w = scheduledWorld();
-    if (!w || (event && !w->kernel.owns(event)))
+    World* w = worldOf(event, "SetEvent");
+    if (!w)
         return SetEvent(event);
     return w->call("SetEvent", w->kernel.nameOf(event), FALSE, [&]() -> BOOL { return w->kernel.signal(event); });
 }
 
 BOOL WINAPI resetEvent(HANDLE event) {
-    World* w = scheduledWorld();
-    if (!w || (event && !w->kernel.owns(event)))
+    World* w = worldOf(event, "ResetEvent");
+    if (!w)
         return ResetEvent(event);
     return w->call("ResetEvent", w->kernel.nameOf(event), FALSE, [&]() -> BOOL { return w->kernel.reset(event); });
 }
 
 BOOL WINAPI closeHandle(HANDLE handle) {
-    World* w = scheduledWorld();
-    if (!w || (handle && !w->kernel.owns(handle)))
+    World* w = worldOf(handle, "CloseHandle");
+    if (!w)
         return CloseHandle(handle);
     return w->call("CloseHandle", w->kernel.nameOf(handle), FALSE, [&]() -> BOOL { return w->kernel.close(handle); });
 }
 
 DWORD WINAPI waitForSingle(HANDLE handle, DWORD milliseconds) {
-    World* w = scheduledWorld();
-    if (!w || (handle && !w->kernel.owns(handle)))
+    World* w = worldOf(handle, "WaitForSingleObject");
+    if (!w)
         return WaitForSingleObject(handle, milliseconds);
     return w->call<DWORD>(
         "WaitForSingleObject", w->kernel.nameOf(handle), WAIT_FAILED,
@@ -89,11 +111,10 @@ DWORD WINAPI waitForSingle(HANDLE handle, DWORD milliseconds) {
 }
 
 DWORD WINAPI waitForMultiple(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
-    World* w = scheduledWorld();
-    bool ours = false;
-    for (DWORD i = 0; w && i < count; ++i)
-        ours = ours || !handles[i] || w->kernel.owns(handles[i]);
-    if (!ours)
+    World* w = nullptr;
+    for (DWORD i = 0; !w && i < count; ++i)
+        w = worldOf(handles[i], "WaitForMultipleObjects");
+    if (!w)
         return WaitForMultipleObjects(count, handles, all, milliseconds);
     if (all)
         w->findings.add("WaitForMultipleObjects for all handles is not simulated");
@@ -110,21 +131,26 @@ DWORD WINAPI waitForMultiple(DWORD count, const HANDLE* handles, BOOL all, DWORD
 
 std::uintptr_t __cdecl beginThread(void* security, unsigned stack, unsigned(__stdcall* start)(void*), void* argument,
                                    unsigned flags, unsigned* id) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("_beginthreadex");
     if (!w)
         return _beginthreadex(security, stack, start, argument, flags, id);
-    if (flags)
-        w->findings.add("_beginthreadex with flags is not simulated");
+    for (const auto& [given, what] : {std::pair(security != nullptr, "a security descriptor"),
+                                      {stack != 0, "a stack size"},
+                                      {flags != 0, "flags"},
+                                      {id != nullptr, "an id"}}) {
+        if (given)
+            w->findings.add(std::string("_beginthreadex with ") + what + " is not simulated");
+    }
     auto* const thread = w->call<HANDLE>("_beginthreadex", "", nullptr, [&] {
         return w->kernel.createThread("thread" + std::to_string(++w->pluginThreads), [=] { start(argument); });
     });
-    if (thread && id)
-        *id = w->pluginThreads;
     return reinterpret_cast<std::uintptr_t>(thread);
 }
 
 void __cdecl endThread(unsigned code) {
     if (World* w = scheduledWorld()) {
+        if (code != 0)
+            w->findings.add("_endthreadex with another code than 0 by " + Scheduler::current()->name);
         w->call("_endthreadex", "", 0, [] { return 1; });
         w->scheduler.finishCurrent();
     }

@@ -16,7 +16,7 @@ bool same(const GUID& a, const GUID& b) {
 }
 
 HRESULT WINAPI createPlayback(LPCGUID guid, LPDIRECTSOUND8* object, LPUNKNOWN outer) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("DirectSoundCreate8");
     if (!w || !w->sound)
         return DSERR_NODRIVER;
     Device* device = guid ? w->sound->findPresent(Direction::playback, *guid) : nullptr;
@@ -31,7 +31,7 @@ HRESULT WINAPI createPlayback(LPCGUID guid, LPDIRECTSOUND8* object, LPUNKNOWN ou
 }
 
 HRESULT WINAPI createCapture(LPCGUID guid, LPDIRECTSOUNDCAPTURE* object, LPUNKNOWN outer) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("DirectSoundCaptureCreate8");
     if (!w || !w->sound)
         return DSERR_NODRIVER;
     Device* device = guid ? w->sound->findPresent(Direction::capture, *guid) : nullptr;
@@ -47,7 +47,7 @@ HRESULT WINAPI createCapture(LPCGUID guid, LPDIRECTSOUNDCAPTURE* object, LPUNKNO
 }
 
 HRESULT WINAPI enumeratePlayback(LPDSENUMCALLBACKW callback, LPVOID context) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("DirectSoundEnumerateW");
     if (!w || !w->sound)
         return DSERR_NODRIVER;
     return w->call<HRESULT>(
@@ -57,7 +57,7 @@ HRESULT WINAPI enumeratePlayback(LPDSENUMCALLBACKW callback, LPVOID context) {
 }
 
 HRESULT WINAPI enumerateCapture(LPDSENUMCALLBACKW callback, LPVOID context) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("DirectSoundCaptureEnumerateW");
     if (!w || !w->sound)
         return DSERR_NODRIVER;
     return w->call<HRESULT>("DirectSoundCaptureEnumerateW", "", DSERR_GENERIC,
@@ -65,7 +65,7 @@ HRESULT WINAPI enumerateCapture(LPDSENUMCALLBACKW callback, LPVOID context) {
 }
 
 HRESULT WINAPI getDeviceId(LPCGUID wanted, LPGUID found) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("GetDeviceID");
     if (!w || !w->sound)
         return DSERR_NODRIVER;
     const bool playback = wanted && same(*wanted, kDefaultVoicePlayback);
@@ -94,14 +94,14 @@ unsigned count(World& w, Direction direction) {
 }
 
 UINT WINAPI outputCount() {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("waveOutGetNumDevs");
     if (!w || !w->sound)
         return waveOutGetNumDevs();
     return w->call<UINT>("waveOutGetNumDevs", "", 0, [&] { return count(*w, Direction::playback); });
 }
 
 UINT WINAPI inputCount() {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("waveInGetNumDevs");
     if (!w || !w->sound)
         return waveInGetNumDevs();
     return w->call<UINT>("waveInGetNumDevs", "", 0, [&] { return count(*w, Direction::capture); });
@@ -120,7 +120,7 @@ MMRESULT describeWave(World& w, Direction direction, UINT_PTR number, Caps* caps
 }
 
 MMRESULT WINAPI outputCaps(UINT_PTR number, LPWAVEOUTCAPSW caps, UINT size) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("waveOutGetDevCapsW");
     if (!w || !w->sound)
         return waveOutGetDevCapsW(number, caps, size);
     return w->call<MMRESULT>(
@@ -130,7 +130,7 @@ MMRESULT WINAPI outputCaps(UINT_PTR number, LPWAVEOUTCAPSW caps, UINT size) {
 }
 
 MMRESULT WINAPI inputCaps(UINT_PTR number, LPWAVEINCAPSW caps, UINT size) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("waveInGetDevCapsW");
     if (!w || !w->sound)
         return waveInGetDevCapsW(number, caps, size);
     return w->call<MMRESULT>(
@@ -157,7 +157,7 @@ bool isMapper(const void* device) {
 }
 
 MMRESULT WINAPI outputMessage(HWAVEOUT device, UINT message, DWORD_PTR first, DWORD_PTR second) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("waveOutMessage");
     if (!w || !w->sound)
         return waveOutMessage(device, message, first, second);
     return w->call<MMRESULT>("waveOutMessage", "", MMSYSERR_NODRIVER, [&] {
@@ -167,7 +167,7 @@ MMRESULT WINAPI outputMessage(HWAVEOUT device, UINT message, DWORD_PTR first, DW
 }
 
 MMRESULT WINAPI inputMessage(HWAVEIN device, UINT message, DWORD_PTR first, DWORD_PTR second) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("waveInMessage");
     if (!w || !w->sound)
         return waveInMessage(device, message, first, second);
     return w->call<MMRESULT>("waveInMessage", "", MMSYSERR_NODRIVER, [&] {

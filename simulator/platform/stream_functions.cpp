@@ -18,6 +18,8 @@ std::size_t __cdecl write(const void* data, std::size_t size, std::size_t count,
     std::string* text = captured(stream);
     if (!text)
         return std::fwrite(data, size, count, stream);
+    if (world()->briefCall("fwrite").fails)
+        return 0;
     text->append(static_cast<const char*>(data), size * count);
     return count;
 }
@@ -26,6 +28,8 @@ int __cdecl writeCharacter(int character, std::FILE* stream) {
     std::string* text = captured(stream);
     if (!text)
         return std::fputc(character, stream);
+    if (world()->briefCall("fputc").fails)
+        return EOF;
     *text += static_cast<char>(character);
     return static_cast<unsigned char>(character);
 }
@@ -34,6 +38,8 @@ int __cdecl writeText(const char* string, std::FILE* stream) {
     std::string* text = captured(stream);
     if (!text)
         return std::fputs(string, stream);
+    if (world()->briefCall("fputs").fails)
+        return EOF;
     *text += string;
     return 0;
 }
@@ -41,6 +47,8 @@ int __cdecl writeText(const char* string, std::FILE* stream) {
 int __cdecl flush(std::FILE* stream) {
     if (!captured(stream))
         return std::fflush(stream);
+    if (world()->briefCall("fflush").fails)
+        return EOF;
     ++(stream == stdout ? world()->streams.outFlushes : world()->streams.errorFlushes);
     return 0;
 }

@@ -60,6 +60,8 @@ HLOCAL WINAPI localAlloc(UINT flags, SIZE_T bytes) {
 
 HLOCAL WINAPI localFree(HLOCAL memory) {
     World* w = scheduledWorld();
+    if (w && w->briefCall("LocalFree").fails)
+        return memory;
     if (w && memory && !w->ledger.give(Kind::localMemory, reinterpret_cast<std::uintptr_t>(memory))) {
         w->findings.add("LocalFree of memory that is not taken");
         return memory;

@@ -5,38 +5,50 @@
 
 #include <mmsystem.h>
 
+#include <algorithm>
 #include <tuple>
 
 namespace simulator {
 namespace {
 
+// Milliseconds, as timeGetDevCaps answers.
+UINT longestPeriod(const World& w) {
+    constexpr UINT kUsual = 1'000'000;
+    return std::max<UINT>(kUsual, w.system.timerMinimum);
+}
+
+// No switching point: it touches nothing that another thread could see, and would multiply the schedules.
 DWORD WINAPI getTime() {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("timeGetTime");
     if (!w)
         return timeGetTime();
+    if (const Verdict verdict = w->briefCall("timeGetTime"); verdict.fails)
+        return static_cast<DWORD>(verdict.result.value_or(0));
     return w->system.clockStart + static_cast<DWORD>(w->scheduler.now() / kMillisecond);
 }
 
 MMRESULT WINAPI getDeviceCaps(LPTIMECAPS caps, UINT size) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("timeGetDevCaps");
     if (!w)
         return timeGetDevCaps(caps, size);
     return w->call<MMRESULT>("timeGetDevCaps", "", TIMERR_NOCANDO, [&]() -> MMRESULT {
         if (!caps || size < sizeof(*caps))
             return TIMERR_NOCANDO;
         caps->wPeriodMin = w->system.timerMinimum;
-        caps->wPeriodMax = 1'000'000;
+        caps->wPeriodMax = longestPeriod(*w);
         return TIMERR_NOERROR;
     });
 }
 
 MMRESULT WINAPI beginPeriod(UINT period) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("timeBeginPeriod");
     if (!w)
         return timeBeginPeriod(period);
     return w->call<MMRESULT>(
         "timeBeginPeriod", "", TIMERR_NOCANDO,
         [&]() -> MMRESULT {
+            if (period < w->system.timerMinimum || period > longestPeriod(*w))
+                return TIMERR_NOCANDO;
             w->ledger.take(Kind::timerPeriod, period, std::to_string(period) + " ms");
             return TIMERR_NOERROR;
         },
@@ -44,7 +56,7 @@ MMRESULT WINAPI beginPeriod(UINT period) {
 }
 
 MMRESULT WINAPI endPeriod(UINT period) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("timeEndPeriod");
     if (!w)
         return timeEndPeriod(period);
     return w->call<MMRESULT>(
@@ -82,12 +94,17 @@ BOOL WINAPI queryFrequency(LARGE_INTEGER* frequency) {
 
 // Only the question "at least this version", which is the one that makes sense.
 BOOL WINAPI verifyVersion(LPOSVERSIONINFOEXW wanted, DWORD mask, DWORDLONG conditions) {
-    World* w = scheduledWorld();
+    World* w = scheduledWorld("VerifyVersionInfoW");
     if (!w)
         return VerifyVersionInfoW(wanted, mask, conditions);
     return w->call(
         "VerifyVersionInfoW", "", FALSE,
         [&]() -> BOOL {
+            if (wanted->dwOSVersionInfoSize != sizeof(*wanted)) {
+                w->findings.add("VerifyVersionInfoW is not told the size of its record");
+                SetLastError(ERROR_INVALID_PARAMETER);
+                return FALSE;
+            }
             if (mask != (VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR))
                 w->findings.add("VerifyVersionInfoW does not ask for major, minor and service pack");
             DWORDLONG atLeast = 0;

@@ -51,6 +51,8 @@ struct World {
     SoundSystem* sound = nullptr;
     unsigned pluginThreads = 0;
     unsigned windows = 0;
+    std::map<std::uintptr_t, const ThreadState*> windowOwners;
+    std::map<const ThreadState*, DWORD> apartments; // flags of the first CoInitializeEx of threads that have COM
 
     // "by worker1 at 12 ms", for reports.
     [[nodiscard]] std::string whereAndWhen() const;
@@ -60,16 +62,24 @@ struct World {
     template <class Result, class Work>
     Result call(std::string_view name, std::string_view subject, Result failure, Work&& work,
                 std::string arguments = {});
+
+    // A call that is no business between threads, such as an allocation: the script's rules hold for it, their actions
+    // and times are done with here, but it is no switching point, and it is counted without being recorded.
+    Verdict briefCall(std::string_view name);
 };
 
 // Null while no simulation runs.
 World* world();
 void setWorld(World* world);
 
-// The world, when the calling thread belongs to it; calls of other threads go to the real system.
+// The world, when the calling thread belongs to it. Calls of other threads go to the real system, because the runtime
+// inside the DLL makes them on every thread of the process that begins or ends.
 inline World* scheduledWorld() {
     return Scheduler::current() ? world() : nullptr;
 }
+// The same for calls that no runtime makes by itself. Another thread has called an export then, to which sections,
+// events and devices mean nothing: while there is a world, that ends the process with a message.
+World* scheduledWorld(const char* call);
 
 // --- the replaced functions, by header of the system ---
 std::vector<Replacement> kernelFunctions();
@@ -79,6 +89,11 @@ std::vector<Replacement> textFunctions();
 std::vector<Replacement> memoryFunctions();
 std::vector<Replacement> streamFunctions();
 std::vector<Replacement> soundFunctions();
+
+// All of the above, in this order.
+std::vector<Replacement> allFunctions();
+// The names of those for which the script's rules hold.
+std::vector<std::string> functionsWithRules();
 
 template <class Function>
 Replacement replacement(const char* name, Function* function) {

@@ -7,6 +7,7 @@ namespace {
 
 // Far above real handles, which are small numbers.
 constexpr std::uintptr_t kFirstHandle = 0x7A000000;
+constexpr std::uintptr_t kHandleEnd = 0x80000000;
 constexpr std::uintptr_t kHandleStep = 16;
 
 constexpr unsigned kTriesBeforeOthersRun = 2;
@@ -18,9 +19,16 @@ Kernel::Kernel(Scheduler& scheduler, Ledger& ledger, Findings& findings)
     m_Scheduler.onFinish([this](ThreadState& thread) {
         for (const std::string& section : ownedBy(thread))
             m_Findings.add("thread " + thread.name + " ended while it owned " + section);
+        if (thread.exception)
+            m_Findings.add("an exception left thread " + thread.name + ": " + *thread.exception);
         if (const auto handle = m_ThreadHandles.find(&thread); handle != m_ThreadHandles.end())
             release(object(handle->second), handle->second);
     });
+}
+
+void Kernel::startNumbering() {
+    m_SectionNumbers = 0;
+    m_LockOrder.clear();
 }
 
 HANDLE Kernel::add(Object added) {
@@ -42,9 +50,14 @@ HANDLE Kernel::createThread(std::string name, std::function<void()> body) {
     return handle;
 }
 
+bool Kernel::isSimulated(HANDLE handle) {
+    const auto value = reinterpret_cast<std::uintptr_t>(handle);
+    return value >= kFirstHandle && value < kHandleEnd;
+}
+
 bool Kernel::owns(HANDLE handle) const {
     const auto value = reinterpret_cast<std::uintptr_t>(handle);
-    return value >= kFirstHandle && value < kFirstHandle + kHandleStep * m_Objects.size();
+    return value >= kFirstHandle && value < kFirstHandle + kHandleStep * m_Objects.size() && value % kHandleStep == 0;
 }
 
 // Of a handle that this owns.
@@ -57,8 +70,10 @@ const Kernel::Object& Kernel::object(HANDLE handle) const {
 }
 
 std::string Kernel::nameOf(HANDLE handle) const {
+    if (!handle)
+        return "null";
     if (!owns(handle))
-        return handle ? "a real handle" : "null";
+        return isSimulated(handle) ? "a handle that was never made" : "a real handle";
     const Object& named = object(handle);
     return (named.isThread ? "T" : "E") + std::to_string(named.number);
 }
@@ -68,6 +83,8 @@ Kernel::Object* Kernel::usable(HANDLE handle, const char* use) {
         return &object(handle);
     if (owns(handle))
         m_Findings.add(std::string(use) + " of the closed handle " + nameOf(handle));
+    else if (handle)
+        m_Findings.add(std::string(use) + " of " + nameOf(handle));
     SetLastError(ERROR_INVALID_HANDLE);
     return nullptr;
 }
@@ -118,10 +135,6 @@ bool Kernel::close(HANDLE handle) {
     return true;
 }
 
-bool Kernel::isSignalled(HANDLE handle) const {
-    return owns(handle) && object(handle).signalled;
-}
-
 DWORD Kernel::waitForAny(std::span<const HANDLE> handles, DWORD milliseconds) {
     for (const HANDLE handle : handles) {
         if (!usable(handle, "wait"))
@@ -148,7 +161,9 @@ void Kernel::initialize(CRITICAL_SECTION* section) {
     if (m_Sections.contains(section))
         m_Findings.add("InitializeCriticalSection of " + nameOf(section) + ", which is initialized");
     m_Removed.erase(section);
+    AcquireSRWLockExclusive(&m_SectionsLock);
     m_Sections[section] = {.number = ++m_SectionNumbers};
+    ReleaseSRWLockExclusive(&m_SectionsLock);
     m_Ledger.take(Kind::section, reinterpret_cast<std::uintptr_t>(section), nameOf(section));
 }
 
@@ -159,6 +174,13 @@ bool Kernel::owns(const CRITICAL_SECTION* section) {
         m_Findings.add("use of the deleted section S" + std::to_string(removed->second) + " by " +
                        Scheduler::current()->name);
     return m_Removed.contains(section);
+}
+
+bool Kernel::knows(const CRITICAL_SECTION* section) const {
+    AcquireSRWLockShared(&m_SectionsLock);
+    const bool known = m_Sections.contains(section);
+    ReleaseSRWLockShared(&m_SectionsLock);
+    return known;
 }
 
 std::string Kernel::nameOf(const CRITICAL_SECTION* section) const {
@@ -176,7 +198,9 @@ void Kernel::remove(CRITICAL_SECTION* section) {
     else if (state.owner)
         m_Findings.add("DeleteCriticalSection of " + nameOf(section) + ", which " + state.owner->name + " owns");
     m_Removed[section] = state.number;
+    AcquireSRWLockExclusive(&m_SectionsLock);
     m_Sections.erase(known);
+    ReleaseSRWLockExclusive(&m_SectionsLock);
     m_Ledger.give(Kind::section, reinterpret_cast<std::uintptr_t>(section));
 }
 

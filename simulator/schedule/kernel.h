@@ -19,25 +19,27 @@ class Kernel {
 public:
     Kernel(Scheduler& scheduler, Ledger& ledger, Findings& findings);
 
-    // Numbers begin anew, as for the first section.
-    void startNumbering() { m_SectionNumbers = 0; }
+    // Numbers begin anew, as for the first section, and so do the notes about the order of locks.
+    void startNumbering();
 
     // --- handles ---
     HANDLE createEvent(bool manualReset, bool signalled);
     HANDLE createThread(std::string name, std::function<void()> body);
-    [[nodiscard]] bool owns(HANDLE handle) const;
-    // False: not a handle that can be used so; reported when it has been closed before.
+    // One of ours by its value, whether or not we ever made it. May be asked on any thread.
+    [[nodiscard]] static bool isSimulated(HANDLE handle);
+    // False: not a handle that can be used so; reported when it has been closed before, or was never made.
     bool signal(HANDLE event);
     bool reset(HANDLE event);
     bool close(HANDLE handle);
     // WAIT_OBJECT_0 + index, WAIT_TIMEOUT or WAIT_FAILED.
     DWORD waitForAny(std::span<const HANDLE> handles, DWORD milliseconds);
-    [[nodiscard]] bool isSignalled(HANDLE handle) const;
     [[nodiscard]] std::string nameOf(HANDLE handle) const;
 
     // --- critical sections ---
     void initialize(CRITICAL_SECTION* section);
     [[nodiscard]] bool owns(const CRITICAL_SECTION* section);
+    // Whether there is this section now. May be asked on any thread, and reports nothing.
+    [[nodiscard]] bool knows(const CRITICAL_SECTION* section) const;
     void remove(CRITICAL_SECTION* section);
     void enter(CRITICAL_SECTION* section);
     bool tryEnter(CRITICAL_SECTION* section);
@@ -75,6 +77,7 @@ private:
         std::optional<DWORD> woken;
     };
 
+    [[nodiscard]] bool owns(HANDLE handle) const;
     Object& object(HANDLE handle);
     [[nodiscard]] const Object& object(HANDLE handle) const;
     Object* usable(HANDLE handle, const char* use);
@@ -87,7 +90,8 @@ private:
     Findings& m_Findings;
     std::vector<Object> m_Objects; // never shrinks: a handle value is used once, so that a stale one is known
     std::map<const ThreadState*, HANDLE> m_ThreadHandles;
-    std::vector<Waiter*> m_Waiters; // in the order of their waits
+    std::vector<Waiter*> m_Waiters;                // in the order of their waits
+    mutable SRWLOCK m_SectionsLock = SRWLOCK_INIT; // held over changes of the map below, and by knows()
     std::map<const CRITICAL_SECTION*, Section> m_Sections;
     std::map<const CRITICAL_SECTION*, int> m_Removed;
     std::set<std::pair<int, int>> m_LockOrder;

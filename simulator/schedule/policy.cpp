@@ -36,7 +36,10 @@ public:
 
     std::size_t choose(std::uint64_t choice, std::size_t candidates, bool) override {
         const auto forced = m_Switches.find(choice);
-        return forced == m_Switches.end() ? 0 : std::min(forced->second, candidates - 1);
+        if (forced == m_Switches.end())
+            return 0;
+        m_Met[choice] = candidates;
+        return std::min(forced->second, candidates - 1);
     }
     [[nodiscard]] std::string describe() const override {
         std::string text = "forced switches";
@@ -44,9 +47,23 @@ public:
             text.append(" ").append(std::to_string(choice)).append(":").append(std::to_string(candidate));
         return text;
     }
+    [[nodiscard]] std::vector<std::string> unmet() const override {
+        std::vector<std::string> texts;
+        for (const auto& [choice, candidate] : m_Switches) {
+            const auto met = m_Met.find(choice);
+            if (met != m_Met.end() && candidate < met->second)
+                continue;
+            std::string text = "the forced switch " + std::to_string(choice) + ":" + std::to_string(candidate);
+            text += met == m_Met.end() ? ", which never came"
+                                       : ", where only " + std::to_string(met->second) + " threads could run";
+            texts.push_back(std::move(text));
+        }
+        return texts;
+    }
 
 private:
     std::map<std::uint64_t, std::size_t> m_Switches;
+    std::map<std::uint64_t, std::size_t> m_Met; // and how many could run there
 };
 
 } // namespace

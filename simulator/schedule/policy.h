@@ -6,6 +6,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace simulator {
 
@@ -21,13 +22,15 @@ public:
     virtual std::size_t choose(std::uint64_t choice, std::size_t candidates, bool runningCanGoOn) = 0;
     // How to get the same schedule again.
     [[nodiscard]] virtual std::string describe() const = 0;
+    // What of the policy could not be done in the run that it was asked about, one text each.
+    [[nodiscard]] virtual std::vector<std::string> unmet() const { return {}; }
 };
 
 // A thread runs until it has to wait.
 std::unique_ptr<Policy> runUntilBlocked();
 // Any switching point may change the thread, as the seed has it.
 std::unique_ptr<Policy> randomSchedule(std::uint64_t seed);
-// As runUntilBlocked, but at the given choices the given candidate runs.
+// As runUntilBlocked, but at the given choices the given candidate runs; a candidate that is not there is the last.
 std::unique_ptr<Policy> forcedSwitches(std::map<std::uint64_t, std::size_t> switches);
 
 } // namespace simulator

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 
 namespace simulator {
 namespace {
@@ -13,8 +14,6 @@ thread_local ThreadState* t_Current = nullptr;
 Scheduler* g_Scheduler = nullptr; // one run per process at a time
 
 constexpr unsigned kPointsPerMillisecond = 2000;
-// Real time in which the token never moves; only code that loops without any switching point gets there.
-constexpr DWORD kRealLimitMilliseconds = 300'000;
 
 } // namespace
 
@@ -35,13 +34,10 @@ Scheduler::Ended Scheduler::run(std::function<void()> body) {
     AcquireSRWLockExclusive(&m_TokenLock);
     giveTo(&first);
     while (!m_Over) {
-        const std::uint64_t handovers = m_Handovers;
-        if (!SleepConditionVariableSRW(&m_OverChanged, &m_TokenLock, kRealLimitMilliseconds, 0) &&
-            handovers == m_Handovers) {
-            std::fprintf(stderr, "a thread runs without any switching point:\n%s%s", m_Trace.text().c_str(),
-                         describeThreads().c_str());
-            std::abort();
-        }
+        const std::uint64_t points = m_Points;
+        const bool inTime = SleepConditionVariableSRW(&m_OverChanged, &m_TokenLock, m_RealLimit, 0) != FALSE;
+        if (!inTime && points == m_Points && !m_Over && !IsDebuggerPresent())
+            giveUp();
     }
     for (const auto& thread : m_Threads)
         WakeConditionVariable(&thread->parked);
@@ -51,6 +47,27 @@ Scheduler::Ended Scheduler::run(std::function<void()> body) {
         CloseHandle(thread->real);
     }
     return m_Ended;
+}
+
+// Under the token lock; the running thread has stopped, or is somewhere where it writes nothing of ours.
+void Scheduler::giveUp() const {
+    std::fprintf(stderr,
+                 "%sschedule: %s\nthreads:\n%s"
+                 "%s has passed no switching point for %lu real milliseconds. Either it computes without end, or it "
+                 "waits for\nsomething real: a mutex of the client that a thread holds over an export, a thread or a "
+                 "file. See the rules in the manual.\n",
+                 m_Trace.text().c_str(), m_Policy->describe().c_str(), describeThreads().c_str(),
+                 m_Running ? m_Running->name.c_str() : "nobody", m_RealLimit);
+    std::abort();
+}
+
+void Scheduler::refuseOtherThread(std::string_view call) {
+    std::fprintf(stderr,
+                 "a thread that the simulation did not start calls %.*s. The exports, and everything of the "
+                 "simulation, are\ncalled inside Simulation::run, on its own thread and on those of "
+                 "Simulation::thread.\n",
+                 static_cast<int>(call.size()), call.data());
+    std::abort();
 }
 
 ThreadState& Scheduler::spawn(std::string name, ThreadKind kind, std::function<void()> body) {
@@ -65,6 +82,7 @@ ThreadState& Scheduler::spawn(std::string name, ThreadKind kind, std::function<v
         std::fputs("the simulator cannot start a thread\n", stderr);
         std::abort();
     }
+    m_MostAtOnce = std::max(m_MostAtOnce, countLiving());
     return thread;
 }
 
@@ -72,7 +90,13 @@ unsigned __stdcall Scheduler::threadMain(void* thread) {
     auto& self = *static_cast<ThreadState*>(thread);
     t_Current = &self;
     g_Scheduler->park(self);
-    self.body();
+    try {
+        self.body();
+    } catch (const std::exception& exception) {
+        self.exception = exception.what();
+    } catch (...) {
+        self.exception = "something that is no std::exception";
+    }
     g_Scheduler->finishCurrent();
     return 0;
 }
@@ -98,7 +122,6 @@ void Scheduler::park(ThreadState& self) {
 // Under the token lock.
 void Scheduler::giveTo(ThreadState* next) {
     m_Running = next;
-    ++m_Handovers;
     if (next)
         WakeConditionVariable(&next->parked);
 }
@@ -113,6 +136,7 @@ void Scheduler::end(Ended how) {
 }
 
 void Scheduler::passToken(ThreadState& self) {
+    ++m_Points;
     ThreadState* next = pick(&self);
     if (next == &self)
         return;
@@ -126,16 +150,18 @@ void Scheduler::passToken(ThreadState& self) {
 
 void Scheduler::finishCurrent() {
     ThreadState& self = *t_Current;
-    m_Trace.add(m_Now, self.name, "ends");
+    ++m_Points;
+    m_Trace.add(m_Now, self.name, self.exception ? "ends by an exception" : "ends");
     self.is = ThreadState::Is::finished;
     if (m_OnFinish)
         m_OnFinish(self);
-    t_Current = nullptr;
-    if (clientsDone()) {
-        end(Ended::complete);
+    if (self.exception || clientsDone()) {
+        t_Current = nullptr;
+        end(self.exception ? Ended::exception : Ended::complete);
         return;
     }
     ThreadState* next = pick(nullptr);
+    t_Current = nullptr;
     AcquireSRWLockExclusive(&m_TokenLock);
     m_Leaving = self.real;
     if (next)
@@ -149,14 +175,22 @@ bool Scheduler::clientsDone() const {
     });
 }
 
+std::size_t Scheduler::countLiving() const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(m_Threads, [](const auto& thread) { return thread->is != ThreadState::Is::finished; }));
+}
+
 void Scheduler::start(std::unique_ptr<Policy> policy) {
     m_Policy = std::move(policy);
     m_Trace.start();
     m_Candidates.clear();
     m_Choices = 0;
+    m_MostAtOnce = countLiving();
 }
 
 void Scheduler::point(std::string_view what, std::string_view subject) {
+    if (!t_Current)
+        refuseOtherThread(what);
     ThreadState& self = *t_Current;
     m_Trace.add(m_Now, self.name, what, subject);
     if (++self.pointsWithoutWait >= kPointsPerMillisecond)
@@ -166,6 +200,8 @@ void Scheduler::point(std::string_view what, std::string_view subject) {
 }
 
 bool Scheduler::wait(Nanoseconds deadline, std::function<bool()> canBeTaken) {
+    if (!t_Current)
+        refuseOtherThread("a wait");
     ThreadState& self = *t_Current;
     self.pointsWithoutWait = 0;
     self.is = ThreadState::Is::waiting;
@@ -280,7 +316,7 @@ std::string Scheduler::describeThreads() const {
         text += "  " + thread->name;
         switch (thread->is) {
         case ThreadState::Is::ready:
-            text += ": can run\n";
+            text += thread.get() == m_Running ? ": runs\n" : ": can run\n";
             break;
         case ThreadState::Is::waiting:
             text += thread->deadline == kNever ? ": waits for ever" : ": waits with a time-out";

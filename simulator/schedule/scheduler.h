@@ -5,6 +5,9 @@
 // Time stands still while anybody can run; when nobody can, it jumps to the next deadline. So a run depends on
 // nothing but the script and the policy.
 //
+// A thread that waits for something real, e.g. for a mutex of the client that a parked thread holds, keeps the token:
+// nothing moves any more. The run then ends the process, see setRealLimit().
+//
 // Everything but run() is called on the running thread. There is no lock to take: what one thread wrote before it
 // passed the token on, the next one sees.
 #pragma once
@@ -14,9 +17,11 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,6 +49,7 @@ struct ThreadState {
     unsigned triesInVain = 0; // of a section, one after the other
     int priority = 0;
     std::function<void()> body;
+    std::optional<std::string> exception; // what an exception said that left the body
     HANDLE real = nullptr;
     CONDITION_VARIABLE parked = CONDITION_VARIABLE_INIT;
 };
@@ -51,9 +57,10 @@ struct ThreadState {
 class Scheduler {
 public:
     enum class Ended {
-        complete, // all client threads returned
-        deadlock, // nobody can run and nothing will ever wake anybody
-        hang,     // a client thread waited longer than hangLimit in one wait
+        complete,  // all client threads returned
+        deadlock,  // nobody can run and nothing will ever wake anybody
+        hang,      // a client thread waited longer than hangLimit in one wait
+        exception, // an exception left the body of a thread
     };
 
     Scheduler();
@@ -64,6 +71,9 @@ public:
     // --- the run, on the controlling thread, which is not a scheduled one ---
 
     void setHangLimit(Nanoseconds limit) { m_HangLimit = limit; }
+    // Real time in which no thread passes a switching point, after which the process ends with a message, as there is
+    // no other way on. Not while a debugger is attached; INFINITE for never.
+    void setRealLimit(DWORD milliseconds) { m_RealLimit = milliseconds; }
     // Runs `body` as the first client thread until the end. All other threads are then gone, too: those that still
     // waited are ended where they stand, without unwinding.
     Ended run(std::function<void()> body);
@@ -77,12 +87,14 @@ public:
 
     // Null on any other thread: its calls are none of ours.
     [[nodiscard]] static ThreadState* current();
+    // For what only a scheduled thread can do: ends the process with a message that names the call and the rule.
+    [[noreturn]] static void refuseOtherThread(std::string_view call);
 
     // The new thread can run at once; it runs when it is chosen.
     ThreadState& spawn(std::string name, ThreadKind kind, std::function<void()> body);
     // Ends the calling thread for the others; it must leave by itself and touch nothing shared any more.
     void finishCurrent();
-    // Called for every thread that finishes, before anybody else runs.
+    // Called for every thread that finishes, also by an exception, before anybody else runs.
     void onFinish(std::function<void(ThreadState&)> told) { m_OnFinish = std::move(told); }
 
     // A switching point. A thread that passes very many of them without ever waiting loses a millisecond now and
@@ -111,7 +123,9 @@ public:
     // How many threads could have run at each choice, for enumerating schedules.
     [[nodiscard]] const std::vector<std::uint8_t>& candidatesPerChoice() const { return m_Candidates; }
     [[nodiscard]] std::vector<const ThreadState*> living(ThreadKind kind) const;
-    // Told before every choice; for invariants.
+    // The largest number of threads of all kinds that lived at once since start().
+    [[nodiscard]] std::size_t mostAtOnce() const { return m_MostAtOnce; }
+    // Told before every choice, on the thread that comes to it; for invariants.
     void onStep(std::function<void()> told) { m_OnStep = std::move(told); }
     Trace& trace() { return m_Trace; }
 
@@ -125,6 +139,8 @@ private:
     bool advanceTime();
     void end(Ended how);
     [[nodiscard]] bool clientsDone() const;
+    [[nodiscard]] std::size_t countLiving() const;
+    [[noreturn]] void giveUp() const;
 
     std::vector<std::unique_ptr<ThreadState>> m_Threads;
     std::multimap<Nanoseconds, std::function<void()>> m_Events;
@@ -138,10 +154,12 @@ private:
     Nanoseconds m_HangLimit = 60 * kSecond;
     std::uint64_t m_Order = 0;
     std::uint64_t m_Choices = 0;
+    std::size_t m_MostAtOnce = 0;
+    DWORD m_RealLimit = 300'000;
+    std::atomic<std::uint64_t> m_Points = 0; // of all threads; read by the controlling thread
 
-    SRWLOCK m_TokenLock = SRWLOCK_INIT; // guards the six below
+    SRWLOCK m_TokenLock = SRWLOCK_INIT; // guards the five below
     ThreadState* m_Running = nullptr;
-    std::uint64_t m_Handovers = 0; // of the token
     bool m_Over = false;
     Ended m_Ended = Ended::complete;
     HANDLE m_Leaving = nullptr; // a thread that has finished, but may still be on its way out

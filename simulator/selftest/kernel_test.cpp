@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 using namespace simulator;
 
 namespace {
@@ -143,4 +145,62 @@ TEST(Kernel, Misuse_IsFound) {
         EXPECT_EQ(b.wait(nullptr, INFINITE), WAIT_FAILED); // no finding: a missing event is a way to fail
     });
     EXPECT_EQ(b.findings.all().size(), 4u);
+}
+
+TEST(Kernel, CloseUnderAWaiter_IsFound) {
+    Bench b;
+    b.scheduler.run([&] {
+        const HANDLE event = b.kernel.createEvent(true, false);
+        b.scheduler.spawn("waiter", ThreadKind::client, [&, event] { EXPECT_EQ(b.wait(event, 5), WAIT_TIMEOUT); });
+        b.scheduler.spend(kMillisecond);
+        EXPECT_TRUE(b.kernel.close(event));
+    });
+    EXPECT_EQ(b.findings.all(), std::vector<std::string>{"CloseHandle of E0 while waiter waits on it"});
+}
+
+TEST(Kernel, HandleThatWasNeverMade_IsFound) {
+    Bench b;
+    b.scheduler.run([&] {
+        const HANDLE event = b.kernel.createEvent(true, false);
+        const auto forged = reinterpret_cast<HANDLE>(reinterpret_cast<std::uintptr_t>(event) + 16);
+        EXPECT_TRUE(Kernel::isSimulated(forged));
+        EXPECT_FALSE(b.kernel.signal(forged));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+        EXPECT_TRUE(b.kernel.close(event));
+        EXPECT_FALSE(Kernel::isSimulated(GetCurrentThread()));
+        EXPECT_FALSE(Kernel::isSimulated(nullptr));
+    });
+    EXPECT_EQ(b.findings.all(), std::vector<std::string>{"SetEvent of a handle that was never made"});
+}
+
+TEST(Kernel, OrderOfLocks_IsNoted_AndForgottenWhenNumbersBeginAnew) {
+    Bench b;
+    CRITICAL_SECTION other{};
+    b.scheduler.run([&] {
+        b.kernel.initialize(&b.section);
+        b.kernel.initialize(&other);
+        b.kernel.enter(&other);
+        b.kernel.enter(&b.section);
+        EXPECT_EQ(b.kernel.lockOrder(), (std::set<std::pair<int, int>>{{2, 1}}));
+        b.kernel.startNumbering();
+        EXPECT_TRUE(b.kernel.lockOrder().empty());
+        EXPECT_TRUE(b.kernel.knows(&other));
+        b.kernel.leave(&other);
+        b.kernel.remove(&other);
+        EXPECT_FALSE(b.kernel.knows(&other));
+        b.kernel.leave(&b.section);
+    });
+    EXPECT_TRUE(b.findings.all().empty());
+}
+
+TEST(Kernel, ThreadThatEndsByAnException_IsFoundWithWhatItOwned) {
+    Bench b;
+    b.scheduler.run([&] {
+        b.kernel.initialize(&b.section);
+        b.kernel.enter(&b.section);
+        throw std::runtime_error("the reason");
+    });
+    const std::vector<std::string> expected{"thread client ended while it owned S1",
+                                            "an exception left thread client: the reason"};
+    EXPECT_EQ(b.findings.all(), expected);
 }

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <mutex>
 #include <set>
+#include <stdexcept>
 
 using namespace simulator;
 
@@ -153,4 +155,100 @@ TEST(Scheduler, PatientThread_MayHangWithoutHoldingUpTheEnd) {
         scheduler.spend(kSecond);
     }),
               Scheduler::Ended::complete);
+}
+
+TEST(Scheduler, ExceptionOutOfAThread_EndsTheRun) {
+    Scheduler scheduler;
+    std::string told;
+    scheduler.onFinish(
+        [&](ThreadState& thread) { told += thread.name + ": " + thread.exception.value_or("-") + "; "; });
+    bool wentOn = false;
+    EXPECT_EQ(scheduler.run([&] {
+        scheduler.spawn("thrower", ThreadKind::plugin, [] { throw std::runtime_error("the reason"); });
+        scheduler.spend(kSecond);
+        wentOn = true;
+    }),
+              Scheduler::Ended::exception);
+    EXPECT_FALSE(wentOn);
+    EXPECT_EQ(told, "thrower: the reason; ");
+    EXPECT_EQ(scheduler.living(ThreadKind::plugin).size(), 0u);
+}
+
+TEST(Scheduler, ThreadThatPassesPoints_MayWorkAsLongAsItLikes) {
+    Scheduler scheduler;
+    scheduler.setRealLimit(200);
+    int done = 0;
+    scheduler.run([&] {
+        for (; done < 20; ++done) {
+            Sleep(50); // real
+            scheduler.point("work");
+        }
+    });
+    EXPECT_EQ(done, 20);
+}
+
+TEST(Scheduler, MutexHeldOverASwitch_EndsTheProcessWithBothCausesAndTheSchedule) {
+    const auto stuck = [] {
+        Scheduler scheduler;
+        scheduler.setRealLimit(200);
+        std::mutex mutex;
+        scheduler.run([&] {
+            scheduler.start(forcedSwitches({{3, 1}}));
+            scheduler.spawn("second", ThreadKind::client, [&] {
+                const std::scoped_lock lock(mutex);
+                scheduler.point("never reached");
+            });
+            const std::scoped_lock lock(mutex);
+            scheduler.spend(kMillisecond);
+        });
+    };
+    EXPECT_DEATH(stuck(),
+                 "schedule: forced switches 3:1\nthreads:\n  client: waits with a time-out since 0 ms\n  second: "
+                 "runs\nsecond has passed no switching point for 200 real milliseconds. Either it computes "
+                 "without end, or it waits for\nsomething real: a mutex");
+}
+
+TEST(Scheduler, LoopWithoutAnyPoint_EndsTheProcess) {
+    const auto stuck = [] {
+        Scheduler scheduler;
+        scheduler.setRealLimit(200);
+        const volatile bool stop = false;
+        scheduler.run([&] {
+            while (!stop) {
+            }
+        });
+    };
+    EXPECT_DEATH(stuck(), "client has passed no switching point for 200 real milliseconds");
+}
+
+TEST(Scheduler, WhoIsNotScheduled_EndsTheProcessAtAPoint) {
+    Scheduler scheduler;
+    EXPECT_DEATH(scheduler.point("lockDSP"), "a thread that the simulation did not start calls lockDSP");
+    EXPECT_DEATH(scheduler.spend(1), "a thread that the simulation did not start calls a wait");
+}
+
+TEST(Scheduler, ThreadsAtOnce_AreCountedFromTheStartOn) {
+    Scheduler scheduler;
+    scheduler.run([&] {
+        const auto brief = [&] { scheduler.spend(kMillisecond); };
+        for (int i = 0; i < 3; ++i)
+            scheduler.spawn("before", ThreadKind::client, brief);
+        scheduler.spend(kSecond);
+        scheduler.start(runUntilBlocked());
+        scheduler.spawn("first", ThreadKind::client, brief);
+        scheduler.spend(kSecond);
+        scheduler.spawn("second", ThreadKind::client, brief);
+    });
+    EXPECT_EQ(scheduler.mostAtOnce(), 2u);
+}
+
+TEST(Policy, ForcedSwitchesThatDoNotFit_AreTold) {
+    const auto policy = forcedSwitches({{0, 1}, {1, 7}, {9, 1}});
+    EXPECT_EQ(policy->choose(0, 2, true), 1u);
+    EXPECT_EQ(policy->choose(1, 3, true), 2u) << "the last candidate stands in";
+    EXPECT_EQ(policy->choose(2, 3, true), 0u);
+    const std::vector<std::string> expected{"the forced switch 1:7, where only 3 threads could run",
+                                            "the forced switch 9:1, which never came"};
+    EXPECT_EQ(policy->unmet(), expected);
+    EXPECT_TRUE(runUntilBlocked()->unmet().empty());
 }
