@@ -38,8 +38,10 @@ constexpr std::array<std::string_view, 4> kResources{"CreateEventW", "CreateWind
 constexpr std::array<std::string_view, 2> kConversions{"MultiByteToWideChar", "WideCharToMultiByte"};
 constexpr std::array<std::string_view, 4> kFlags{"QueryPerformanceCounter", "QueryPerformanceFrequency",
                                                  "VerifyVersionInfoW", "FormatMessageW"};
-constexpr std::array<std::string_view, 6> kHandles{"CloseHandle", "DestroyWindow",       "SetThreadPriority",
-                                                   "SetEvent",    "WaitForSingleObject", "WaitForMultipleObjects"};
+// These answer a failure in one way, FALSE or WAIT_FAILED, and nobody reads their error number.
+constexpr std::array<std::string_view, 7> kHandles{
+    "CloseHandle", "DestroyWindow",       "SetThreadPriority",     "SetEvent",
+    "ResetEvent",  "WaitForSingleObject", "WaitForMultipleObjects"};
 constexpr std::array<std::string_view, 4> kWave{"waveOutMessage", "waveInMessage", "waveOutGetDevCapsW",
                                                 "waveInGetDevCapsW"};
 constexpr std::array<std::string_view, 2> kCounts{"waveOutGetNumDevs", "waveInGetNumDevs"};
@@ -48,6 +50,8 @@ constexpr std::array<std::string_view, 3> kTimer{"timeGetDevCaps", "timeBeginPer
 constexpr long long kMmsysBadDevice = 2;
 constexpr long long kMmsysNoDriver = 6;
 constexpr long long kTimerNoCanDo = 97;
+constexpr long long kTimerStructureSize = 129;
+constexpr long long kOtherCount = 7; // than there are devices
 
 bool among(Names names, std::string_view name) {
     return std::ranges::find(names, name) != names.end();
@@ -63,7 +67,6 @@ constexpr std::array kNeverFails{
     NeverFails{"CoUninitialize", "has no answer"},
     NeverFails{"_endthreadex", "does not return"},
     NeverFails{"Sleep", "has no answer"},
-    NeverFails{"ResetEvent", "fails for a handle only that is no event any more; SetEvent stands for both"},
 };
 
 } // namespace
@@ -89,9 +92,9 @@ std::vector<Code> codesOf(std::string_view call) {
     if (among(kWave, call))
         return {{kMmsysBadDevice, {}}, {kMmsysNoDriver, {}}};
     if (among(kCounts, call))
-        return {{0, {}}};
+        return {{0, {}}, {kOtherCount, {}}};
     if (among(kTimer, call))
-        return {{kTimerNoCanDo, {}}};
+        return {{kTimerNoCanDo, {}}, {kTimerStructureSize, {}}};
     if (call == "malloc")
         return {{}};
     return {};

@@ -26,12 +26,21 @@ void add(std::vector<Fault>& faults, std::string_view session, std::string_view 
 } // namespace
 
 const simulator::CallRecord* Calls::hitBy(const Fault& fault) const {
+    const std::vector<const simulator::CallRecord*> hits = allHitBy(fault);
+    return hits.empty() ? nullptr : hits.front();
+}
+
+std::vector<const simulator::CallRecord*> Calls::allHitBy(const Fault& fault) const {
+    std::vector<const simulator::CallRecord*> hits;
     unsigned seen = 0;
     for (const simulator::CallRecord& call : records) {
-        if (call.name == fault.call && (fault.subject.empty() || call.subject == fault.subject) && ++seen == fault.n)
-            return &call;
+        if (call.name != fault.call || call.subject != fault.subject || ++seen < fault.n)
+            continue;
+        hits.push_back(&call);
+        if (!fault.lasting)
+            break;
     }
-    return nullptr;
+    return hits;
 }
 
 std::vector<Fault> allFaults(std::string_view session, const Calls& calls) {
@@ -46,6 +55,13 @@ std::vector<Fault> allFaults(std::string_view session, const Calls& calls) {
     if (const auto counted = calls.counts.find(kAllocation); counted != calls.counts.end())
         add(faults, session, kAllocation, "", counted->second);
     return faults;
+}
+
+std::size_t callsHitBy(const std::vector<Fault>& faults) {
+    std::set<std::tuple<std::string_view, std::string_view, unsigned>> calls;
+    for (const Fault& fault : faults)
+        calls.emplace(fault.call, fault.subject, fault.n);
+    return calls.size();
 }
 
 std::vector<std::string> unknownCalls(const Calls& calls) {

@@ -48,6 +48,20 @@ TEST(SweepEnumeration, Subjects_AreCountedApart) {
     EXPECT_EQ(calls.hitBy(second), &calls.records[2]);
 }
 
+TEST(SweepEnumeration, CallsWithoutSubject_AreCountedApartFromThoseWithOne) {
+    const Calls calls = callsOf({{"SetEvent", "E1"}, {"SetEvent", ""}, {"SetEvent", "E1"}, {"SetEvent", ""}});
+    EXPECT_EQ(calls.hitBy({"s", "SetEvent", "", 1, false, {}}), &calls.records[1]);
+    EXPECT_EQ(calls.allHitBy({"s", "SetEvent", "", 1, true, {}}),
+              (std::vector<const simulator::CallRecord*>{&calls.records[1], &calls.records[3]}));
+    EXPECT_EQ(calls.hitBy({"s", "SetEvent", "", 3, false, {}}), nullptr);
+}
+
+TEST(SweepEnumeration, Tally_CountsTheCallsThatFail) {
+    Calls calls = callsOf({{"CreateEventW", ""}, {"CreateEventW", ""}, {"SetEvent", "E1"}, {"Sleep", ""}});
+    calls.counts["malloc"] = 2;
+    EXPECT_EQ(callsHitBy(allFaults("s", calls)), 5u);
+}
+
 TEST(SweepEnumeration, Allocations_FailOnceOnly) {
     Calls calls;
     calls.counts["malloc"] = 2;

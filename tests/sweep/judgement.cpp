@@ -4,7 +4,6 @@
 #include "required.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace sweep {
 namespace {
@@ -13,53 +12,68 @@ using simulator::Scheduler;
 using Lines = std::vector<std::string>;
 
 // No trouble, but a matter of time: whether a close has to be waited for, and how long a pass of a loop took.
-bool isNeutral(const std::string& line) {
+bool isNeutral(const std::string& told) {
+    const std::string line = partsOf(told).line;
     return line == std::string(kErrorStream) + "Waiting for device to close" ||
            line.starts_with(std::string(kWarningLog) + "RenderDeviceContext::int_processData ");
 }
 
 // Takes one such line out. False: there is none.
-bool takeOut(Lines& lines, const std::string& line) {
-    const auto found = std::ranges::find(lines, line);
+template <class Condition>
+bool takeOut(Lines& lines, Condition holds) {
+    const auto found = std::ranges::find_if(lines, holds);
     if (found == lines.end())
         return false;
     lines.erase(found);
     return true;
 }
 
+bool isOf(const std::string& told, const Telling& telling) {
+    const ToldLine parts = partsOf(told);
+    return parts.line == telling.line &&
+           (telling.categories.empty() ||
+            std::ranges::find(telling.categories, parts.category) != telling.categories.end());
+}
+
 std::string shown(const std::string& line) {
     return "\"" + line.substr(0, line.find('\0')) + "\"";
+}
+
+// Where a line was written, and of which device.
+std::string originOf(const std::string& told) {
+    return told.substr(0, told.find(": "));
 }
 
 void judgeLines(const Fault& fault, const Outcome& clean, const Outcome& run, Lines& problems) {
     const Telling telling = requiredTelling(fault, clean.calls);
     Lines told = run.told;
     std::erase_if(told, isNeutral);
-    if (telling.line && !takeOut(told, *telling.line))
+    if (telling.line && !takeOut(told, [&](const std::string& line) { return isOf(line, telling); }))
         problems.push_back("not told: " + shown(*telling.line));
-    // With other words a line is still a line.
-    if (telling.changesOtherWords) {
-        if (!fault.lasting && told.size() > clean.told.size() + 1)
-            problems.push_back("more lines than without the fault");
-        return;
-    }
-    // A device that the session itself troubles may be told of at another step, so these lines are not counted.
     Lines allowed = clean.told;
-    if (fault.lasting)
-        std::ranges::copy(possibleLines(fault), std::back_inserter(allowed));
+    std::erase_if(allowed, isNeutral);
+    const Lines again = fault.lasting ? possibleLines(fault) : Lines{};
     for (const std::string& line : told) {
-        if (std::ranges::find(allowed, line) == allowed.end())
+        if (std::ranges::find(again, partsOf(line).line) != again.end())
+            continue;
+        // With other words a line is still a line, and of the same device.
+        const bool asInCleanRun = takeOut(allowed, [&](const std::string& known) {
+            return telling.changesOtherWords ? originOf(known) == originOf(line) : known == line;
+        });
+        if (!asInCleanRun)
             problems.push_back("told for no reason: " + shown(line));
     }
 }
 
-void judgeEnd(const Fault& fault, const Outcome& run, Lines& problems) {
-    if (run.report.ended == Scheduler::Ended::complete) {
-        if (!run.complete)
-            problems.emplace_back("the session did not come to its end");
-    } else if (!mayEndStuck(fault)) {
+void judgeEnd(const Fault& fault, const Outcome& clean, const Outcome& run, Lines& problems) {
+    const char* const stuck = whyEndsStuck(fault, clean.calls);
+    const bool complete = run.report.ended == Scheduler::Ended::complete;
+    if (complete && stuck)
+        problems.push_back(std::string("the client does not wait for ever, though ") + stuck);
+    else if (complete && !run.complete)
+        problems.emplace_back("the session did not come to its end");
+    else if (!complete && !stuck)
         problems.emplace_back("the client waits for ever");
-    }
 }
 
 void judgeFindings(const Fault& fault, const Outcome& run, Lines& problems) {
@@ -90,7 +104,7 @@ Lines judge(const Fault& fault, const Outcome& clean, const Outcome& run) {
     Lines problems;
     if (run.hits == 0)
         problems.emplace_back("the call never came");
-    judgeEnd(fault, run, problems);
+    judgeEnd(fault, clean, run, problems);
     judgeFindings(fault, run, problems);
     judgeLines(fault, clean, run, problems);
     return problems;

@@ -8,7 +8,9 @@ using namespace sweep;
 
 namespace {
 
-const std::string kLine = "log 1: unknown error: No sound driver is available for use (0x88780078)";
+const std::string kText = "unknown error: No sound driver is available for use (0x88780078)";
+const std::string kRequired = "log 1: " + kText;
+const std::string kLine = "log 1 [Speaker]: " + kText;
 
 simulator::CallRecord call(std::string name, std::string subject, std::string thread = "thread2",
                            long long result = 0) {
@@ -47,7 +49,7 @@ TEST(SweepJudgement, FailureThatIsToldOnce_IsGood) {
 TEST(SweepJudgement, FailureThatIsNotTold_IsBad) {
     Outcome run = goodRun();
     run.told.clear();
-    EXPECT_EQ(judge(lockFault(), cleanRun(), run), Problems{"not told: \"" + kLine + "\""});
+    EXPECT_EQ(judge(lockFault(), cleanRun(), run), Problems{"not told: \"" + kRequired + "\""});
 }
 
 TEST(SweepJudgement, LineOfSomethingElse_IsBad) {
@@ -58,13 +60,62 @@ TEST(SweepJudgement, LineOfSomethingElse_IsBad) {
     EXPECT_EQ(judge(lockFault(), cleanRun(), run), Problems{"told for no reason: \"" + kLine + "\""});
 }
 
-TEST(SweepJudgement, LinesOfTheCleanRun_MayComeOrNot) {
+TEST(SweepJudgement, FailureThatIsToldOfAnotherDevice_IsBad) {
+    Outcome run = goodRun();
+    for (const char* category : {"Microphone", ""}) {
+        run.told = {logged(1, category, kText)};
+        EXPECT_EQ(judge(lockFault(), cleanRun(), run),
+                  (Problems{"not told: \"" + kRequired + "\"", "told for no reason: \"" + run.told[0] + "\""}));
+    }
+}
+
+TEST(SweepJudgement, FailureOfTheClientsPairing_IsToldOfACaptureDevice) {
     Outcome clean = cleanRun();
-    clean.told = {"log 2: emulated"};
+    clean.calls.records.push_back(call("CaptureBuffer.Start", "Microphone", "thread3"));
+    clean.calls.records.push_back(call("DirectSound.GetSpeakerConfig", "Speaker", "client"));
+    const Fault fault{"echo", "DirectSound.GetSpeakerConfig", "Speaker", 1, false, {kNoDriver, {}}};
+    Outcome run = goodRun();
+    run.told = {logged(1, "Microphone", kText)};
+    EXPECT_EQ(judge(fault, clean, run), Problems{});
+    run.told = {kLine};
+    EXPECT_EQ(judge(fault, clean, run).size(), 2u);
+}
+
+TEST(SweepJudgement, FailureOfACallThatFailsAnyway_IsToldWithItsOwnAnswer) {
+    Outcome clean = cleanRun();
+    clean.calls.records[2].result = E_FAIL;
+    clean.told = {"log 1 [Speaker]: unknown error: Unknown error 0x80004005"};
+    EXPECT_EQ(judge(lockFault(), clean, goodRun()), Problems{});
+    Outcome run = goodRun();
+    run.told = clean.told;
+    EXPECT_EQ(judge(lockFault(), clean, run), Problems{"not told: \"" + kRequired + "\""});
+}
+
+TEST(SweepJudgement, LinesOfTheCleanRun_MayComeAsOftenOrNot) {
+    Outcome clean = cleanRun();
+    clean.told = {"log 2 [Speaker]: emulated"};
     Outcome run = goodRun();
     EXPECT_EQ(judge(lockFault(), clean, run), Problems{});
-    run.told.emplace_back("log 2: emulated");
+    run.told.emplace_back("log 2 [Speaker]: emulated");
     EXPECT_EQ(judge(lockFault(), clean, run), Problems{});
+    run.told.emplace_back("log 2 [Speaker]: emulated");
+    EXPECT_EQ(judge(lockFault(), clean, run), Problems{"told for no reason: \"log 2 [Speaker]: emulated\""});
+}
+
+TEST(SweepJudgement, OtherWords_AreOneLineEachOfTheSameDevice) {
+    Outcome clean = cleanRun();
+    clean.calls.records.push_back(call("FormatMessageW", ""));
+    clean.told = {"log 1 [Speaker]: in these words"};
+    for (const bool lasting : {false, true}) {
+        const Fault fault{"playback", "FormatMessageW", "", 1, lasting, {{}, ERROR_INVALID_HANDLE}};
+        Outcome run = goodRun();
+        run.told = {"log 1 [Speaker]: in other words"};
+        EXPECT_EQ(judge(fault, clean, run), Problems{});
+        run.told.emplace_back("log 1 [Speaker]: and once more");
+        EXPECT_EQ(judge(fault, clean, run), Problems{"told for no reason: \"log 1 [Speaker]: and once more\""});
+        run.told = {"log 1 [Headset]: in other words"};
+        EXPECT_EQ(judge(fault, clean, run), Problems{"told for no reason: \"log 1 [Headset]: in other words\""});
+    }
 }
 
 TEST(SweepJudgement, LastingFailure_MayBeToldAgain) {
@@ -84,15 +135,20 @@ TEST(SweepJudgement, UnlockOfStart_IsToldAndThatOfABlockIsNot) {
 }
 
 TEST(SweepJudgement, Hang_IsBadUnlessItMustBe) {
-    Outcome run = goodRun();
-    run.complete = false;
-    run.report.ended = simulator::Scheduler::Ended::hang;
-    run.report.problems = {"hang: a client thread waits without end"};
-    EXPECT_EQ(judge(lockFault(), cleanRun(), run), Problems{"the client waits for ever"});
+    Outcome hung = goodRun();
+    hung.complete = false;
+    hung.report.ended = simulator::Scheduler::Ended::hang;
+    hung.report.problems = {"hang: a client thread waits without end"};
+    EXPECT_EQ(judge(lockFault(), cleanRun(), hung), Problems{"the client waits for ever"});
     Outcome clean = cleanRun();
     clean.calls.records = {call("CoInitializeEx", "")};
-    run.told = {"standard error: No sound driver is available for use"};
-    EXPECT_EQ(judge({"playback", "CoInitializeEx", "", 1, false, {kNoDriver, {}}}, clean, run), Problems{});
+    const Fault fault{"playback", "CoInitializeEx", "", 1, false, {kNoDriver, {}}};
+    hung.told = {"standard error: No sound driver is available for use"};
+    EXPECT_EQ(judge(fault, clean, hung), Problems{});
+    Outcome complete = goodRun();
+    complete.told = hung.told;
+    EXPECT_EQ(judge(fault, clean, complete),
+              Problems{"the client does not wait for ever, though a worker without COM answers no command"});
 }
 
 TEST(SweepJudgement, FindingOfTheSimulator_IsBadUnlessItMustBe) {

@@ -1,4 +1,4 @@
-// What failures leave behind, and which of them may leave the client waiting.
+// What failures leave behind, and what the simulator finds about them.
 #include "required.h"
 
 #include <algorithm>
@@ -22,28 +22,12 @@ constexpr std::array kLeft{
     Left{"QueryPerformanceFrequency", "", {Kind::comInitialization, "clients know the monitor to end so"}},
 };
 
-struct Stuck {
-    std::string_view call;
-    const char* reason;
-};
-constexpr std::array kStuck{
-    Stuck{"CoInitializeEx", "a worker without COM answers no command; without its monitor no device is closed"},
-    Stuck{"QueryPerformanceCounter", "without its monitor no device is closed"},
-    Stuck{"QueryPerformanceFrequency", "without its monitor no device is closed"},
-    Stuck{"SetEvent", "who waits for an event that cannot be set waits for ever"},
-};
-
 } // namespace
 
 std::optional<Remainder> requiredRemainder(const Fault& fault) {
     const auto* found = std::ranges::find_if(
         kLeft, [&](const Left& left) { return left.call == fault.call && fault.subject.starts_with(left.subject); });
     return found == kLeft.end() ? std::nullopt : std::optional(found->remainder);
-}
-
-const char* mayEndStuck(const Fault& fault) {
-    const auto* found = std::ranges::find(kStuck, fault.call, &Stuck::call);
-    return found == kStuck.end() ? nullptr : found->reason;
 }
 
 const char* requiredFinding(const Fault& fault) {

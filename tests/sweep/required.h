@@ -12,10 +12,14 @@
 namespace sweep {
 
 struct Telling {
-    std::optional<std::string> line{};   // as in Outcome::told
-    const char* silentBecause = nullptr; // when there is no line
-    bool changesOtherWords = false;      // lines that tell of something else come in other words or not at all
+    std::optional<std::string> line{};     // as in Outcome::told, without its category
+    std::vector<std::string> categories{}; // of which it has one; empty where any will do
+    const char* silentBecause = nullptr;   // when there is no line
+    bool changesOtherWords = false;        // lines that tell of something else come in other words or not at all
 };
+
+// Whether no other call of this name by the same thread came before. `hit` is one of `calls`.
+bool firstOfItsThread(const simulator::CallRecord& hit, const Calls& calls);
 
 // What the first call that the fault hits must be told by. `calls` is the clean run.
 Telling requiredTelling(const Fault& fault, const Calls& calls);
@@ -29,8 +33,8 @@ struct Remainder {
 // What each failing call leaves behind.
 std::optional<Remainder> requiredRemainder(const Fault& fault);
 
-// Why a client may wait for ever after this failure; null when it must not.
-const char* mayEndStuck(const Fault& fault);
+// Why a client waits for ever after this failure; null when it must not. `calls` is the clean run.
+const char* whyEndsStuck(const Fault& fault, const Calls& calls);
 
 // A finding of the simulator that this failure must bring about; null for none.
 const char* requiredFinding(const Fault& fault);

@@ -1,10 +1,12 @@
 // The lines by which failures are told, and the silences.
 #include "codes.h"
+#include "events.h"
 #include "required.h"
 #include "run.h"
 
 #include <algorithm>
 #include <array>
+#include <set>
 
 namespace sweep {
 namespace {
@@ -36,6 +38,7 @@ constexpr std::array kSilences{
     Silence{"waveOutGetDevCapsW", "what is not answered counts as unchanged"},
     Silence{"waveInGetDevCapsW", "what is not answered counts as unchanged"},
     Silence{"SetEvent", "an event of one's own can be set; who waits for one that cannot waits for ever"},
+    Silence{"ResetEvent", "an event of one's own can be reset; a signal that stays is taken for a new one"},
     Silence{"WaitForSingleObject", "a wait that cannot be counts as woken"},
     Silence{"WaitForMultipleObjects", "a wait that cannot be counts as woken"},
     Silence{"malloc", "no memory for the line either"},
@@ -74,17 +77,6 @@ const char* whyNoFailure(const Fault& fault) {
     return nullptr;
 }
 
-// Whether no other call of this name by the same thread came before.
-bool firstOfItsThread(const CallRecord& hit, const Calls& calls) {
-    const auto first = std::ranges::find_if(
-        calls.records, [&](const CallRecord& c) { return c.name == hit.name && c.thread == hit.thread; });
-    return &*first == &hit;
-}
-
-bool failsAnyway(const CallRecord& hit) {
-    return answersHresult(hit.name) ? hit.result < 0 : hit.name == "MultiByteToWideChar" && hit.result == 0;
-}
-
 // Which of the two comes next after the call.
 std::string_view nextOf(const CallRecord& hit, const Calls& calls, std::string_view one, std::string_view other) {
     for (const auto* next = &hit + 1; next != calls.records.data() + calls.records.size(); ++next) {
@@ -118,6 +110,20 @@ bool makesWords(const CallRecord& hit, const Calls& calls) {
     return hit.name == kNarrowing && call->name == "LocalAlloc";
 }
 
+// The devices of which a failure of this call may be told: its worker's own, or for a call of the client's, which pairs
+// a capture device with a reference, any capture device. Empty where nothing tells which.
+std::vector<std::string> categoriesOf(const CallRecord& hit, const Calls& calls) {
+    std::set<std::string> devices;
+    for (const CallRecord& call : calls.records) {
+        const bool ofCapture =
+            call.name.starts_with("DirectSoundCapture.") || call.name.starts_with("CaptureBuffer.");
+        const bool ofOwn = call.thread == hit.thread && call.name.find('.') != std::string::npos;
+        if (isClient(hit.thread) ? ofCapture : ofOwn)
+            devices.insert(call.subject);
+    }
+    return {devices.begin(), devices.end()};
+}
+
 // Silent here, though the function's failure is told elsewhere.
 const char* whySilentHere(const Fault& fault, const CallRecord& hit, const Calls& calls) {
     if (fault.call == "Primary.SetFormat" && !fault.lasting && hit.arguments.find(" x 48000 ") != std::string::npos)
@@ -138,6 +144,12 @@ const char* whySilentHere(const Fault& fault, const CallRecord& hit, const Calls
 }
 
 } // namespace
+
+bool firstOfItsThread(const CallRecord& hit, const Calls& calls) {
+    const auto first = std::ranges::find_if(
+        calls.records, [&](const CallRecord& c) { return c.name == hit.name && c.thread == hit.thread; });
+    return &*first == &hit;
+}
 
 std::vector<std::string> possibleLines(const Fault& fault) {
     const HRESULT hr = hresultOf(fault);
@@ -166,23 +178,22 @@ std::vector<std::string> possibleLines(const Fault& fault) {
 
 Telling requiredTelling(const Fault& fault, const Calls& calls) {
     if (std::ranges::find(kWordFinders, fault.call) != kWordFinders.end())
-        return {{}, kWordsOnly, true};
+        return {{}, {}, kWordsOnly, true};
     const auto* silence = std::ranges::find(kSilences, fault.call, &Silence::call);
     if (silence != kSilences.end())
-        return {{}, silence->reason, false};
+        return {{}, {}, silence->reason, false};
     if (const char* reason = whyNoFailure(fault))
-        return {{}, reason, false};
+        return {{}, {}, reason, false};
     const CallRecord* hit = calls.hitBy(fault);
     if (!hit)
-        return {{}, "it is never called", false};
+        return {{}, {}, "it is never called", false};
     if (makesWords(*hit, calls))
-        return {{}, kWordsOnly, true};
-    if (failsAnyway(*hit))
-        return {{}, "it fails in the clean run, too", true};
+        return {{}, {}, kWordsOnly, true};
     if (const char* reason = whySilentHere(fault, *hit, calls))
-        return {{}, reason, false};
+        return {{}, {}, reason, false};
     const std::vector<std::string> lines = possibleLines(fault);
-    return {lines.empty() ? std::string("a line that nobody has thought of") : lines.front(), nullptr,
+    const std::string line = lines.empty() ? "a line that nobody has thought of" : lines.front();
+    return {line, line.starts_with("log ") ? categoriesOf(*hit, calls) : std::vector<std::string>{}, nullptr,
             fault.call == kNarrowing && fault.session == "wrong-identifiers"};
 }
 

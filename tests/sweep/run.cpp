@@ -3,6 +3,8 @@
 #include "codes.h"
 #include "required.h"
 
+#include <algorithm>
+
 namespace sweep {
 namespace {
 
@@ -13,10 +15,28 @@ void addLines(std::vector<std::string>& told, const char* prefix, const std::vec
         told.push_back(prefix + line);
 }
 
+// The label of the device with this identifier; the identifier itself when there is none.
+std::string labelOf(simulator::Simulation& sim, const std::string& id) {
+    for (const Direction direction : {Direction::playback, Direction::capture}) {
+        for (const Device* device : sim.sound().all(direction)) {
+            if (device->id() == id)
+                return device->label();
+        }
+    }
+    return id;
+}
+
+void addLogs(std::vector<std::string>& told, simulator::Simulation& sim, const simulator::Client& client) {
+    for (const std::int32_t level : {1, 2}) {
+        for (const simulator::LogLine& line : client.logs) {
+            if (line.level == level)
+                told.push_back(logged(level, labelOf(sim, line.category), line.text));
+        }
+    }
+}
+
 const simulator::Rule& script(simulator::Simulation& sim, const Fault& fault) {
-    simulator::Rule& rule = sim.on(fault.call).fails();
-    if (!fault.subject.empty())
-        rule.of(fault.subject);
+    simulator::Rule& rule = sim.on(fault.call).of(fault.subject).fails();
     if (fault.lasting)
         rule.fromCall(fault.n);
     else
@@ -35,6 +55,18 @@ void allowRemainder(simulator::Simulation& sim, const Fault& fault, unsigned hit
 
 } // namespace
 
+std::string logged(std::int32_t level, const std::string& category, const std::string& text) {
+    return "log " + std::to_string(level) + " [" + category + "]: " + text;
+}
+
+ToldLine partsOf(const std::string& told) {
+    const std::size_t colon = std::min(told.find("]: "), told.size());
+    if (!told.starts_with("log ") || colon == told.size())
+        return {told, {}};
+    const std::size_t bracket = told.find(" [");
+    return {told.substr(0, bracket) + told.substr(colon + 1), told.substr(bracket + 2, colon - bracket - 2)};
+}
+
 Outcome runSession(const Session& session, const Fault* fault) {
     simulator::Simulation sim;
     simulator::Client client(sim);
@@ -51,8 +83,7 @@ Outcome runSession(const Session& session, const Fault* fault) {
         outcome.complete = true;
     });
     outcome.hits = rule ? rule->hits() : 0;
-    addLines(outcome.told, kErrorLog, client.logTexts(1));
-    addLines(outcome.told, kWarningLog, client.logTexts(2));
+    addLogs(outcome.told, sim, client);
     addLines(outcome.told, kErrorStream, sim.errorLines());
     addLines(outcome.told, kOutputStream, sim.outputLines());
     outcome.broken = stage.broken();

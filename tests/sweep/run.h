@@ -18,7 +18,16 @@ struct Outcome {
     Calls calls;                     // of a clean run
 };
 
-// How lines stand in `told`.
+// How a line of a log stands in `told`: the category is the device's label when it is one's identifier.
+std::string logged(std::int32_t level, const std::string& category, const std::string& text);
+// A line of `told` without its category, and the category; a line of a stream has none.
+struct ToldLine {
+    std::string line;
+    std::string category;
+};
+ToldLine partsOf(const std::string& told);
+
+// How lines begin, without a category.
 inline constexpr const char* kErrorLog = "log 1: ";
 inline constexpr const char* kWarningLog = "log 2: ";
 inline constexpr const char* kErrorStream = "standard error: ";

@@ -36,7 +36,7 @@ bool runFaults(const Session& session, std::size_t atMost, Progress& progress) {
         return false;
     const std::vector<Fault> all = allFaults(session.name, clean->calls);
     const std::vector<Fault> chosen = sampleOf(all, atMost);
-    progress.calls = static_cast<LONG>(clean->calls.records.size());
+    progress.calls = static_cast<LONG>(callsHitBy(all));
     progress.faults = static_cast<LONG>(all.size());
     progress.chosen = static_cast<LONG>(chosen.size());
     const LONG end = std::min(progress.chosen, progress.next + kFaultsPerProcess);

@@ -9,6 +9,7 @@ namespace {
 TEST(DeviceGuidTest, GuidText_Parsed) {
     const DeviceGuid parsed = parseDeviceGuid("{DEF00002-9C6D-47ED-AAF1-4DDA8F2B5C03}");
     EXPECT_EQ(parsed.result, 0);
+    EXPECT_EQ(parsed.hr, S_OK);
     EXPECT_EQ(parsed.guid.Data1, 0xDEF00002U);
     EXPECT_EQ(parsed.guid.Data4[7], 0x03);
 }
@@ -22,9 +23,12 @@ TEST(DeviceGuidTest, OtherText_NoGuidWithReason) {
 }
 
 TEST(DeviceGuidTest, TooLongText_TheConversionsCode) {
-    const std::string line = errorOf([] { EXPECT_EQ(parseDeviceGuid(std::string(255, 'x')).result, -6); });
-    EXPECT_EQ(line, "buffer too small\n");
-    EXPECT_EQ(parseDeviceGuid(std::string(254, 'x')).result, -202);
+    DeviceGuid parsed{};
+    EXPECT_EQ(errorOf([&] { parsed = parseDeviceGuid(std::string(255, 'x')); }), "buffer too small\n");
+    EXPECT_EQ(parsed.result, -6);
+    EXPECT_EQ(parsed.hr, S_OK) << "no reason but the conversion's";
+    EXPECT_EQ(errorOf([&] { parsed = parseDeviceGuid(std::string(254, 'x')); }), "");
+    EXPECT_EQ(parsed.result, -202);
 }
 
 } // namespace

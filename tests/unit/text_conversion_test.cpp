@@ -35,6 +35,17 @@ TEST(TextConversion, EmptySource_TheTerminatorAlone) {
     EXPECT_EQ(utf16ToUtf8(L"", -1, narrow, 1), 1);
 }
 
+TEST(TextConversion, BufferThatJustFits_IsFilledAndNoMore) {
+    wchar_t wide[] = L"....x";
+    EXPECT_EQ(utf8ToUtf16("abc", -1, wide, 4), 4);
+    EXPECT_EQ(std::wstring(wide, 5), (std::wstring{L'a', L'b', L'c', L'\0', L'x'}));
+    EXPECT_EQ(errorOf([&] { EXPECT_EQ(utf8ToUtf16("abc", -1, wide, 3), -6); }), "buffer too small\n");
+    char narrow[] = "....x";
+    EXPECT_EQ(utf16ToUtf8(L"abc", -1, narrow, 4), 4);
+    EXPECT_EQ(std::string(narrow, 5), (std::string{'a', 'b', 'c', '\0', 'x'}));
+    EXPECT_EQ(errorOf([&] { EXPECT_EQ(utf16ToUtf8(L"abc", -1, narrow, 3), -6); }), "buffer too small\n");
+}
+
 TEST(TextConversion, BufferTooSmall_MinusSixAndALine) {
     wchar_t wide[2];
     EXPECT_EQ(errorOf([&] { EXPECT_EQ(utf8ToUtf16("abc", -1, wide, 2), -6); }), "buffer too small\n");
