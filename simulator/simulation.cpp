@@ -109,6 +109,7 @@ void Simulation::invariant(std::function<std::string()> check) {
 }
 
 void Simulation::checkInvariants() {
+    // A check may add another one. NOLINTNEXTLINE(modernize-loop-convert)
     for (std::size_t i = 0; i < m_Invariants.size(); ++i) {
         Invariant& invariant = m_Invariants[i];
         if (invariant.broken)

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <new>
 #include <sstream>
 
 namespace simulator {
@@ -78,10 +79,12 @@ GuardHeap::GuardHeap(Findings& findings, std::function<std::string()> where, std
 GuardHeap::~GuardHeap() {
     RemoveVectoredExceptionHandler(m_Handler);
     g_Heap = nullptr;
-    if (m_Arena != 0 && m_ArenaIsKept)
-        g_KeptArenas = new KeptArena{m_Arena, m_Arena + m_ArenaBytes, g_KeptArenas};
-    else if (m_Arena != 0)
+    if (m_Arena != 0 && m_ArenaIsKept) {
+        if (const auto* kept = new (std::nothrow) KeptArena{m_Arena, m_Arena + m_ArenaBytes, g_KeptArenas})
+            g_KeptArenas = kept;
+    } else if (m_Arena != 0) {
         VirtualFree(pointer(m_Arena), 0, MEM_RELEASE);
+    }
     DeleteCriticalSection(&m_Lock);
 }
 
@@ -113,7 +116,7 @@ void* GuardHeap::allocate(std::size_t bytes) {
 }
 
 void* GuardHeap::allocatePlain(std::size_t bytes) {
-    void* block = std::malloc(bytes);
+    void* block = std::malloc(bytes == 0 ? 1 : bytes);
     if (block) {
         m_Blocks[reinterpret_cast<std::uintptr_t>(block)] = {++m_Serial, bytes, 0, true, m_Where(), {}};
         ++m_Live;

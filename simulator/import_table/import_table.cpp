@@ -36,9 +36,7 @@ bool slotsAreLeft() noexcept {
     return taken == std::size(slots);
 }
 
-} // namespace
-
-ImportTable::ImportTable(const std::filesystem::path& dll) : m_Path(dll), m_Module(nullptr) {
+HMODULE loadAlone(const std::filesystem::path& dll) {
     const std::string name = dll.filename().string();
     if (GetModuleHandleW(dll.filename().c_str()))
         throw std::runtime_error(name +
@@ -47,10 +45,15 @@ ImportTable::ImportTable(const std::filesystem::path& dll) : m_Path(dll), m_Modu
         throw std::runtime_error(
             "the process has no slots for thread-local data left: the runtime inside " + name +
             " keeps one each time it is loaded, so begin a new process before about a thousand simulations");
-    m_Module = LoadLibraryW(dll.c_str());
-    if (!m_Module)
+    const HMODULE module = LoadLibraryW(dll.c_str());
+    if (!module)
         throw std::runtime_error("cannot load " + dll.string() + ", error " + std::to_string(GetLastError()));
+    return module;
 }
+
+} // namespace
+
+ImportTable::ImportTable(const std::filesystem::path& dll) : m_Path(dll), m_Module(loadAlone(dll)) {}
 
 bool ImportTable::unload() noexcept {
     if (!m_Module)

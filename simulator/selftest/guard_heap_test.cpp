@@ -165,7 +165,7 @@ TEST(GuardHeap, UsedUp_IsFoundOnceAndGoesOnPlain) {
 
 TEST(GuardHeap, MoreThanThereCanBe_IsNull) {
     Bench b;
-    EXPECT_EQ(b.heap.allocateZeroed(SIZE_MAX / 2, 4), nullptr);
+    EXPECT_EQ(b.heap.allocateZeroed(SIZE_MAX / 4 + 2, 4), nullptr) << "four bytes, if the product may overflow";
     EXPECT_EQ(b.heap.allocate(SIZE_MAX - 8), nullptr);
     EXPECT_EQ(b.finding(), "");
     void* block = b.heap.allocateZeroed(3, 5);

@@ -302,6 +302,26 @@ TEST(SimulationReport, WhatIsLeft_IsTold) {
     EXPECT_TRUE(contains(report.text(), "last steps:\n"));
 }
 
+TEST(SimulationReport, WhatMayBeLeft_IsExpectedExactly) {
+    const auto leakingRun = [](std::size_t allowed) {
+        Simulation sim;
+        sim.expectHeapLeft(allowed);
+        return sim.run([&] {
+            DirectSoundBackend* backend = nullptr;
+            const BackendCallbacks none{};
+            sim.exports().orvosoundbackend_initialize(&backend, &none);
+        });
+    };
+    const Report strict = leakingRun(0);
+    const auto leak = std::ranges::find_if(strict.problems, [](const std::string& problem) {
+        return contains(problem, " heap blocks left instead of 0");
+    });
+    ASSERT_NE(leak, strict.problems.end());
+    const auto left = static_cast<std::size_t>(std::stoul(*leak));
+    EXPECT_EQ(found(leakingRun(left), "heap blocks left"), 0);
+    EXPECT_EQ(found(leakingRun(left + 1), "heap blocks left instead of " + std::to_string(left + 1)), 1);
+}
+
 TEST(SimulationReport, SameFaultsElsewhereInMemory_SameText) {
     const auto faultyRun = [] {
         Simulation sim;
