@@ -1,7 +1,7 @@
 #include "client.h"
 
+#include <algorithm>
 #include <bit>
-#include <cstring>
 
 namespace simulator {
 namespace {
@@ -29,7 +29,9 @@ Client::Client(Simulation& simulation)
     : callbacks{this, &Client::notify, &Client::play, &Client::capture, &Client::log}, m_Sim(simulation) {}
 
 BackendResult Client::initialize() {
+    m_BackendGone = false;
     const BackendResult result = m_Sim.exports().orvosoundbackend_initialize(&backend, &callbacks);
+    m_BackendGone = result != 0;
     // The plug-in never closes the handle of its monitor thread.
     if (result == 0)
         m_Sim.expectLeft(Kind::threadHandle, m_Sim.expectedLeft(Kind::threadHandle) + 1);
@@ -39,6 +41,10 @@ BackendResult Client::initialize() {
 BackendResult Client::finalize() {
     const BackendResult result = m_Sim.exports().orvosoundbackend_finalize(backend);
     backend = nullptr;
+    m_BackendGone = true;
+    m_Closing.clear();
+    m_Gone.merge(m_Open);
+    m_Open.clear();
     return result;
 }
 
@@ -48,13 +54,16 @@ Opened Client::open(const Device& device, std::uint32_t contextId) {
 
 Opened Client::open(int direction, const std::string& id, std::uint32_t contextId) {
     Opened opened{};
-    m_Gone.erase(key(direction, id) + std::to_string(contextId));
+    const std::string opening = key(direction, id) + std::to_string(contextId);
+    m_Gone.erase(opening);
     opened.result = m_Sim.exports().orvosoundbackend_openDevice(backend, static_cast<DeviceDirection>(direction),
                                                                 id.c_str(), contextId, &opened.channels, &opened.bits,
                                                                 &opened.rate, &opened.mask);
-    if (opened.result == 0)
+    if (opened.result == 0) {
+        m_Open.insert(opening);
         m_Formats[key(direction, id)] = {static_cast<WORD>(opened.channels), opened.rate,
                                          static_cast<WORD>(opened.bits), std::nullopt};
+    }
     return opened;
 }
 
@@ -81,6 +90,7 @@ BackendResult Client::waitForClosed() {
     const BackendResult result = m_Sim.exports().orvosoundbackend_waitForClosedDevices(backend);
     for (const std::string& device : closing) {
         m_Closing.erase(device);
+        m_Open.erase(device);
         m_Gone.insert(device);
     }
     return result;
@@ -127,14 +137,15 @@ ListedDevice Client::defaultDevice(Direction direction) {
 
 BackendResult Client::lockDsp() {
     const BackendResult result = m_Sim.exports().orvosoundbackend_lockDSP(backend);
-    m_DspHolder = Scheduler::current();
+    m_DspHolders.push_back(Scheduler::current());
     if (!m_AudioCallback.empty())
         problem("lockDSP returned while an audio callback of " + m_AudioCallback + " ran");
     return result;
 }
 
 BackendResult Client::unlockDsp() {
-    m_DspHolder = nullptr;
+    if (const auto own = std::ranges::find(m_DspHolders, Scheduler::current()); own != m_DspHolders.end())
+        m_DspHolders.erase(own);
     return m_Sim.exports().orvosoundbackend_unlockDSP(backend);
 }
 
@@ -181,16 +192,18 @@ std::int32_t Client::fillNumberedBlock(const std::string& device, AudioBlock& bl
     return block.frameCount;
 }
 
-void Client::enterAudioCallback(const std::string& device, std::uint32_t contextId) {
+void Client::requireBackend(const char* callback) {
+    if (m_BackendGone)
+        problem(std::string(callback) + " without a backend");
+}
+
+void Client::enterAudioCallback(Direction direction, const std::string& device, std::uint32_t contextId) {
     if (!m_AudioCallback.empty())
         problem("two audio callbacks at once: " + m_AudioCallback + " and " + device);
-    if (m_DspHolder)
-        problem("audio callback of " + device + " while " + m_DspHolder->name + " holds the DSP lock");
-    for (const int direction : {1, 2}) {
-        if (m_Gone.contains(key(direction, device) + std::to_string(contextId)) &&
-            !m_Formats.contains(key(3 - direction, device)))
-            problem("audio callback of " + device + ", which is gone");
-    }
+    if (!m_DspHolders.empty())
+        problem("audio callback of " + device + " while " + m_DspHolders.back()->name + " holds the DSP lock");
+    if (m_Gone.contains(key(number(direction), device) + std::to_string(contextId)))
+        problem("audio callback of " + device + ", which is gone");
     if (m_Sim.kernel().ownedBy(*Scheduler::current()).size() > 1)
         problem("audio callback of " + device + " under another lock than the DSP lock");
     m_AudioCallback = device;
@@ -204,6 +217,7 @@ void Client::leaveAudioCallback() {
 void Client::notify(void* client, std::int32_t event, const char* device, std::int32_t value) {
     auto& self = *static_cast<Client*>(client);
     self.m_Sim.scheduler().point("notifyDeviceChange", std::to_string(event));
+    self.requireBackend("notifyDeviceChange");
     if (!self.m_Sim.kernel().ownedBy(*Scheduler::current()).empty())
         self.problem("notifyDeviceChange under a lock");
     self.notifications.push_back({self.m_Sim.now(), event, device, value});
@@ -214,7 +228,7 @@ void Client::notify(void* client, std::int32_t event, const char* device, std::i
 std::int32_t Client::play(void* client, const char* device, AudioBlock* block) {
     auto& self = *static_cast<Client*>(client);
     self.m_Sim.scheduler().point("getPlaybackData", device);
-    self.enterAudioCallback(device, block->contextId);
+    self.enterAudioCallback(Direction::playback, device, block->contextId);
     ++self.requestCount;
     if (self.keepBlocks)
         self.requests.push_back(
@@ -228,7 +242,7 @@ std::int32_t Client::play(void* client, const char* device, AudioBlock* block) {
 void Client::capture(void* client, const char* device, AudioBlock* block, AudioBlock* echo) {
     auto& self = *static_cast<Client*>(client);
     self.m_Sim.scheduler().point("deliverCaptureData", device);
-    self.enterAudioCallback(device, block->contextId);
+    self.enterAudioCallback(Direction::capture, device, block->contextId);
     ++self.capturedCount;
     if (self.keepBlocks) {
         const Format& format = self.m_Formats[key(number(Direction::capture), device)];
@@ -253,6 +267,7 @@ void Client::capture(void* client, const char* device, AudioBlock* block, AudioB
 void Client::log(void* client, const char* device, const char* text, std::int32_t level) {
     auto& self = *static_cast<Client*>(client);
     self.m_Sim.scheduler().point("logMessage", text);
+    self.requireBackend("logMessage");
     if (level < 1 || level > 3)
         self.problem("logMessage of level " + std::to_string(level));
     self.logs.push_back({self.m_Sim.now(), threadName(), device, text, level});

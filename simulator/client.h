@@ -2,7 +2,8 @@
 //
 // Playback is numbered audio (see sound/numbered_audio.h) unless the scenario sets something else. The client also
 // watches the promises that hold for every scenario: no two audio callbacks at once, none while the client holds the
-// DSP lock, none for a device that is gone; no lock of the plug-in but the DSP lock around a callback.
+// DSP lock, none for a device that is gone; no lock of the plug-in but the DSP lock around one, and none around a
+// notification; no callback at all without a backend; log levels from 1 to 3.
 #pragma once
 
 #include "simulation.h"
@@ -128,7 +129,7 @@ public:
     std::uint64_t capturedCount = 0;
 
     // A thread of ours holds the DSP lock, or an audio callback runs.
-    [[nodiscard]] bool insideDspLock() const { return m_DspHolder || !m_AudioCallback.empty(); }
+    [[nodiscard]] bool insideDspLock() const { return !m_DspHolders.empty() || !m_AudioCallback.empty(); }
     [[nodiscard]] std::vector<std::string> logTexts(std::int32_t level) const;
     // Checks the captured blocks of a device as numbered audio.
     [[nodiscard]] NumberedChecker checkCaptured(const Device& device) const;
@@ -139,17 +140,19 @@ private:
     static void capture(void* client, const char* device, AudioBlock* block, AudioBlock* echo);
     static void log(void* client, const char* device, const char* text, std::int32_t level);
 
-    void enterAudioCallback(const std::string& device, std::uint32_t contextId);
+    void enterAudioCallback(Direction direction, const std::string& device, std::uint32_t contextId);
     void leaveAudioCallback();
+    void requireBackend(const char* callback);
     void problem(const std::string& text);
 
     Simulation& m_Sim;
     std::map<std::string, Format> m_Formats;       // by direction and identifier, as open told
     std::map<std::string, std::uint64_t> m_Frames; // next numbered frame to play
     std::uint32_t m_EchoMask = 0;
-    std::string m_AudioCallback; // the device whose audio callback runs
-    const ThreadState* m_DspHolder = nullptr;
-    std::set<std::string> m_Closing, m_Gone; // direction, identifier and context
+    std::string m_AudioCallback;                     // the device whose audio callback runs
+    std::vector<const ThreadState*> m_DspHolders;    // one per lock that is not unlocked yet
+    std::set<std::string> m_Open, m_Closing, m_Gone; // direction, identifier and context
+    bool m_BackendGone = false;                      // or never there: initialize failed
 };
 
 } // namespace simulator

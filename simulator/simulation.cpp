@@ -79,7 +79,12 @@ Simulation::Simulation(const std::filesystem::path& dll) : m_Table(std::make_uni
         throw std::runtime_error("the DLL does not export " #name);
     ORVOSOUNDBACKEND_EXPORTS(SIMULATOR_LOAD)
 #undef SIMULATOR_LOAD
-    m_Table->replace(allFunctions());
+    const std::vector<Replacement> functions = allFunctions();
+    m_Table->replace(functions);
+    for (const Replacement& replaced : functions)
+        m_World.script.allow(replaced.function);
+    for (std::string& method : methodNames())
+        m_World.script.allow(std::move(method));
     for (const char* function : kEssential) {
         if (!m_Table->isReplaced(function))
             throw std::runtime_error(std::string("the DLL does not import ") + function +
@@ -193,6 +198,8 @@ Report Simulation::run(std::function<void()> scenario) {
     case Scheduler::Ended::exception:
         break; // found where it happened
     }
+    for (std::string& unmet : m_World.script.unmet())
+        m_World.findings.add(std::move(unmet));
     report.problems = m_World.findings.all();
     report.schedule = m_World.scheduler.policy().describe();
     report.trace = m_World.scheduler.trace().text();

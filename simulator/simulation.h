@@ -82,7 +82,8 @@ public:
     Device& device(std::string_view label) { return m_Sound.find(label); }
     SoundSystem& sound() { return m_Sound; }
     SystemScript& system() { return m_World.system; }
-    // What shall happen at calls of this name; see Rule.
+    // What shall happen at calls of this name; see Rule. A rule that no call meets is a problem. Throws
+    // std::invalid_argument when no call has this name.
     Rule& on(std::string call) { return m_World.script.on(std::move(call)); }
     // Something that happens so many milliseconds after the begin. It neither waits nor calls exports.
     void at(double milliseconds, std::function<void()> event);

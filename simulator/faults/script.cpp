@@ -1,11 +1,46 @@
 #include "script.h"
 
+#include <stdexcept>
+
 namespace simulator {
 namespace {
 
 constexpr unsigned kKeptPerName = 1000;
 
 } // namespace
+
+// As it was written, and how near it came.
+std::string Rule::describe() const {
+    std::string text = "on(\"" + m_Name + "\")";
+    if (m_Subject)
+        text += ".of(\"" + *m_Subject + "\")";
+    if (m_Last != UINT_MAX)
+        text += ".onCall(" + std::to_string(m_First) + ")";
+    else if (m_First > 1)
+        text += ".fromCall(" + std::to_string(m_First) + ")";
+    return text + ": " + std::to_string(m_Seen) + " calls came";
+}
+
+void Script::checkName(std::string_view name) const {
+    if (!m_Names.empty() && !m_Names.contains(name))
+        throw std::invalid_argument("the simulator knows no call " + std::string(name));
+}
+
+Rule& Script::on(std::string name) {
+    checkName(name);
+    return m_Rules.emplace_back(std::move(name));
+}
+
+std::vector<std::string> Script::unmet() const {
+    std::vector<std::string> found;
+    for (const std::list<Rule>* rules : {&m_Retired, &m_Rules}) {
+        for (const Rule& rule : *rules) {
+            if (rule.m_Hits == 0 && !rule.m_Maybe)
+                found.push_back("a rule met no call, " + rule.describe());
+        }
+    }
+    return found;
+}
 
 Verdict Script::next(std::string_view name, std::string_view subject) {
     const auto counted = m_Counts.find(name);
@@ -39,6 +74,7 @@ void Script::record(CallRecord call) {
 }
 
 std::vector<CallRecord> Script::calls(std::string_view name) const {
+    checkName(name);
     std::vector<CallRecord> found;
     for (const CallRecord& call : m_Calls) {
         if (call.name == name)
@@ -57,6 +93,7 @@ std::vector<CallRecord> Script::callsBeginning(std::string_view prefix) const {
 }
 
 unsigned Script::count(std::string_view name) const {
+    checkName(name);
     const auto counted = m_Counts.find(name);
     return counted == m_Counts.end() ? 0 : counted->second;
 }

@@ -8,10 +8,11 @@
 
 #include <windows.h>
 
-#include <deque>
 #include <functional>
+#include <list>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,8 @@
 namespace simulator {
 
 // One line of the script; chain the calls. Without onCall and fromCall it holds for every call from now on.
+//
+// A rule that no call has met by the end of the run is a problem of the run: most likely a word in it is wrong.
 class Rule {
 public:
     explicit Rule(std::string name) : m_Name(std::move(name)) {}
@@ -27,6 +30,9 @@ public:
     Rule& onCall(unsigned n) { return m_First = m_Last = n, *this; }
     Rule& fromCall(unsigned n) { return m_First = n, m_Last = UINT_MAX, *this; }
     Rule& of(std::string subject) { return m_Subject = std::move(subject), *this; }
+
+    // That no call meets it is all right.
+    Rule& maybe() { return m_Maybe = true, *this; }
 
     // The call does nothing and answers what it answers when it fails.
     Rule& fails() { return m_Fails = true, *this; }
@@ -39,10 +45,13 @@ public:
     // Runs inside the call before its work.
     Rule& does(std::function<void()> action) { return m_Action = std::move(action), *this; }
 
+    // How many calls it held for so far.
     [[nodiscard]] unsigned hits() const { return m_Hits; }
 
 private:
     friend class Script;
+
+    [[nodiscard]] std::string describe() const;
 
     std::string m_Name;
     std::optional<std::string> m_Subject;
@@ -50,6 +59,7 @@ private:
     unsigned m_Last = UINT_MAX;
     unsigned m_Seen = 0;
     unsigned m_Hits = 0;
+    bool m_Maybe = false;
     bool m_Fails = false;
     std::optional<long long> m_Result;
     std::optional<DWORD> m_Error;
@@ -76,16 +86,22 @@ struct CallRecord {
 
 class Script {
 public:
-    // The reference stays good until the simulation ends.
-    Rule& on(std::string name) { return m_Rules.emplace_back(std::move(name)); }
-    // Forgets all rules.
-    void clear() { m_Rules.clear(); }
+    // A name that calls can have. As long as none was told, every name is taken.
+    void allow(std::string name) { m_Names.insert(std::move(name)); }
+
+    // The reference stays good until the simulation ends. Throws std::invalid_argument when no call has this name.
+    Rule& on(std::string name);
+    // No rule holds any more. Those that met no call are still a problem.
+    void clear() { m_Retired.splice(m_Retired.end(), m_Rules); }
+    // One line per rule that met no call and was not told that this may be.
+    [[nodiscard]] std::vector<std::string> unmet() const;
 
     // Counts the call and says what the rules want of it.
     Verdict next(std::string_view name, std::string_view subject);
     // The first thousand calls of each name are kept.
     void record(CallRecord call);
 
+    // Both throw std::invalid_argument when no call has this name.
     [[nodiscard]] std::vector<CallRecord> calls(std::string_view name) const;
     [[nodiscard]] unsigned count(std::string_view name) const;
     // All kept calls whose names begin so, in the order of their ends.
@@ -93,7 +109,11 @@ public:
     [[nodiscard]] const std::map<std::string, unsigned, std::less<>>& counts() const { return m_Counts; }
 
 private:
-    std::deque<Rule> m_Rules;
+    void checkName(std::string_view name) const;
+
+    std::set<std::string, std::less<>> m_Names;
+    std::list<Rule> m_Rules;
+    std::list<Rule> m_Retired; // by clear()
     std::map<std::string, unsigned, std::less<>> m_Counts;
     std::map<std::string, unsigned, std::less<>> m_Kept;
     std::vector<CallRecord> m_Calls;

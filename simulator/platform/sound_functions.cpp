@@ -7,6 +7,8 @@
 namespace simulator {
 namespace {
 
+constexpr GUID kDefaultPlayback = {0xdef00000, 0x9c6d, 0x47ed, {0xaa, 0xf1, 0x4d, 0xda, 0x8f, 0x2b, 0x5c, 0x03}};
+constexpr GUID kDefaultCapture = {0xdef00001, 0x9c6d, 0x47ed, {0xaa, 0xf1, 0x4d, 0xda, 0x8f, 0x2b, 0x5c, 0x03}};
 constexpr GUID kDefaultVoicePlayback = {0xdef00002, 0x9c6d, 0x47ed, {0xaa, 0xf1, 0x4d, 0xda, 0x8f, 0x2b, 0x5c, 0x03}};
 constexpr GUID kDefaultVoiceCapture = {0xdef00003, 0x9c6d, 0x47ed, {0xaa, 0xf1, 0x4d, 0xda, 0x8f, 0x2b, 0x5c, 0x03}};
 constexpr UINT kPreferredVoiceDevice = 0x2017; // DRVM_MAPPER_CONSOLEVOICECOM_GET
@@ -15,35 +17,54 @@ bool same(const GUID& a, const GUID& b) {
     return std::memcmp(&a, &b, sizeof(GUID)) == 0;
 }
 
-HRESULT WINAPI createPlayback(LPCGUID guid, LPDIRECTSOUND8* object, LPUNKNOWN outer) {
-    World* w = scheduledWorld("DirectSoundCreate8");
+// The present device that a GUID stands for: its own, or the default one's by any of its names, of which null is one.
+Device* present(World& w, Direction direction, const GUID* guid) {
+    const bool playback = direction == Direction::playback;
+    const bool isDefault = !guid || same(*guid, playback ? kDefaultPlayback : kDefaultCapture) ||
+                           same(*guid, playback ? kDefaultVoicePlayback : kDefaultVoiceCapture);
+    const auto wanted = isDefault ? w.sound->defaultVoice(direction) : std::optional(*guid);
+    return wanted ? w.sound->findPresent(direction, *wanted) : nullptr;
+}
+
+// One of the two functions that create a device object. Without success there is no object.
+template <class Interface, class Create>
+HRESULT createObject(const char* function, Direction direction, LPCGUID guid, Interface** object, IUnknown* outer,
+                     Create&& create) {
+    World* w = scheduledWorld(function);
     if (!w || !w->sound)
         return DSERR_NODRIVER;
-    Device* device = guid ? w->sound->findPresent(Direction::playback, *guid) : nullptr;
-    return w->call<HRESULT>("DirectSoundCreate8", device ? device->label() : "", DSERR_NODRIVER, [&]() -> HRESULT {
-        if (outer)
-            return DSERR_NOAGGREGATION;
-        if (!device)
-            return DSERR_NODRIVER;
-        *object = createPlaybackObject(*w, *device);
-        return DS_OK;
-    });
+    Device* device = present(*w, direction, guid);
+    const HRESULT result =
+        w->call<HRESULT>(function, device ? device->label() : "", DSERR_NODRIVER, [&]() -> HRESULT {
+            if (!object)
+                return DSERR_INVALIDPARAM;
+            if (outer)
+                return DSERR_NOAGGREGATION;
+            if (!device || !device->present()) // it may go while another thread runs
+                return DSERR_NODRIVER;
+            return create(*w, *device);
+        });
+    if (FAILED(result) && object)
+        *object = nullptr;
+    return result;
+}
+
+HRESULT WINAPI createPlayback(LPCGUID guid, LPDIRECTSOUND8* object, LPUNKNOWN outer) {
+    return createObject("DirectSoundCreate8", Direction::playback, guid, object, outer,
+                        [object](World& w, Device& device) -> HRESULT {
+                            if (device.isAllocated)
+                                return DSERR_ALLOCATED;
+                            *object = createPlaybackObject(w, device);
+                            return DS_OK;
+                        });
 }
 
 HRESULT WINAPI createCapture(LPCGUID guid, LPDIRECTSOUNDCAPTURE* object, LPUNKNOWN outer) {
-    World* w = scheduledWorld("DirectSoundCaptureCreate8");
-    if (!w || !w->sound)
-        return DSERR_NODRIVER;
-    Device* device = guid ? w->sound->findPresent(Direction::capture, *guid) : nullptr;
-    return w->call<HRESULT>("DirectSoundCaptureCreate8", device ? device->label() : "", DSERR_NODRIVER,
-                            [&]() -> HRESULT {
-                                if (outer)
-                                    return DSERR_NOAGGREGATION;
-                                if (!device)
-                                    return DSERR_NODRIVER;
-                                *object = createCaptureObject(*w, *device);
-                                return DS_OK;
-                            });
+    return createObject("DirectSoundCaptureCreate8", Direction::capture, guid, object, outer,
+                        [object](World& w, Device& device) -> HRESULT {
+                            *object = createCaptureObject(w, device); // who else has it shows at the buffer
+                            return DS_OK;
+                        });
 }
 
 HRESULT WINAPI enumeratePlayback(LPDSENUMCALLBACKW callback, LPVOID context) {

@@ -12,6 +12,13 @@ std::string conversion(UINT page, DWORD flags, int length, int capacity) {
            " capacity " + std::to_string(capacity);
 }
 
+// A conversion that fails may have written the begin of its text before.
+template <class From, class To>
+void writePart(const From* source, int length, To* target, int capacity) {
+    for (int i = 0; i < capacity / 2 && (length < 0 ? source[i] != From{} : i < length / 2); ++i)
+        target[i] = static_cast<To>(source[i]);
+}
+
 void noteLocal(World& w, const void* memory, const char* source) {
     w.ledger.take(Kind::localMemory, reinterpret_cast<std::uintptr_t>(memory), std::string("of ") + source);
 }
@@ -73,10 +80,17 @@ int WINAPI narrowToWide(UINT page, DWORD flags, LPCCH source, int length, LPWSTR
     World* w = scheduledWorld();
     if (!w)
         return MultiByteToWideChar(page, flags, source, length, target, capacity);
-    return w->call(
+    bool madeToFail = true;
+    const int result = w->call(
         "MultiByteToWideChar", "", 0,
-        [&] { return MultiByteToWideChar(page, flags, source, length, target, capacity); },
+        [&] {
+            madeToFail = false;
+            return MultiByteToWideChar(page, flags, source, length, target, capacity);
+        },
         conversion(page, flags, length, capacity));
+    if (madeToFail)
+        writePart(source, length, target, capacity);
+    return result;
 }
 
 int WINAPI wideToNarrow(UINT page, DWORD flags, LPCWCH source, int length, LPSTR target, int capacity,
@@ -84,12 +98,17 @@ int WINAPI wideToNarrow(UINT page, DWORD flags, LPCWCH source, int length, LPSTR
     World* w = scheduledWorld();
     if (!w)
         return WideCharToMultiByte(page, flags, source, length, target, capacity, defaultCharacter, usedDefault);
-    return w->call(
+    bool madeToFail = true;
+    const int result = w->call(
         "WideCharToMultiByte", "", 0,
         [&] {
+            madeToFail = false;
             return WideCharToMultiByte(page, flags, source, length, target, capacity, defaultCharacter, usedDefault);
         },
         conversion(page, flags, length, capacity) + (defaultCharacter || usedDefault ? " with a default" : ""));
+    if (madeToFail)
+        writePart(source, length, target, capacity);
+    return result;
 }
 
 } // namespace

@@ -1,93 +1,9 @@
 // Clocks, cursors, what is heard and what is captured.
-#include "sound/sound_system.h"
-
-#include <gtest/gtest.h>
+#include "sound_bench.h"
 
 #include <cstring>
 
 using namespace simulator;
-
-namespace {
-
-// A playing secondary buffer of one second and a running capture buffer of one second.
-class Bench {
-public:
-    void run(const std::function<void()>& body) {
-        setWorld(&m_World);
-        m_World.scheduler.run([&] {
-            open();
-            body();
-            close();
-            if (afterClose)
-                afterClose();
-        });
-        setWorld(nullptr);
-    }
-
-    World m_World;
-    SoundSystem m_Sound{m_World};
-    Device& speaker = m_Sound.add(Direction::playback, "Speaker");
-    Device& mic = m_Sound.add(Direction::capture, "Mic");
-    IDirectSoundBuffer8* playing = nullptr;
-    IDirectSoundCaptureBuffer* capturing = nullptr;
-    std::function<void()> afterClose;
-
-    void advance(double milliseconds) {
-        m_World.scheduler.spend(static_cast<Nanoseconds>(milliseconds * kMillisecond));
-    }
-    DWORD playCursor() {
-        DWORD cursor = 0;
-        EXPECT_EQ(playing->GetCurrentPosition(&cursor, nullptr), DS_OK);
-        return cursor;
-    }
-    DWORD writeCursor() {
-        DWORD cursor = 0;
-        EXPECT_EQ(playing->GetCurrentPosition(nullptr, &cursor), DS_OK);
-        return cursor;
-    }
-    DWORD readCursor() {
-        DWORD cursor = 0;
-        EXPECT_EQ(capturing->GetCurrentPosition(nullptr, &cursor), DS_OK);
-        return cursor;
-    }
-
-private:
-    void open() {
-        std::vector<std::byte> wave = waveRecord({2, 48000, 16, 3});
-        auto* format = static_cast<WAVEFORMATEX*>(static_cast<void*>(wave.data()));
-        m_Playback = createPlaybackObject(m_World, speaker);
-        EXPECT_EQ(m_Playback->SetCooperativeLevel(GetDesktopWindow(), DSSCL_PRIORITY), DS_OK);
-        DSBUFFERDESC description{};
-        description.dwSize = sizeof(description);
-        description.dwBufferBytes = 192000;
-        description.lpwfxFormat = format;
-        IDirectSoundBuffer* plain = nullptr;
-        ASSERT_EQ(m_Playback->CreateSoundBuffer(&description, &plain, nullptr), DS_OK);
-        playing = static_cast<IDirectSoundBuffer8*>(static_cast<void*>(plain));
-        EXPECT_EQ(playing->Play(0, 0, DSBPLAY_LOOPING), DS_OK);
-        m_Capture = createCaptureObject(m_World, mic);
-        DSCBUFFERDESC captured{};
-        captured.dwSize = sizeof(captured);
-        captured.dwBufferBytes = 192000;
-        captured.lpwfxFormat = format;
-        ASSERT_EQ(m_Capture->CreateCaptureBuffer(&captured, &capturing, nullptr), DS_OK);
-        EXPECT_EQ(capturing->Start(DSCBSTART_LOOPING), DS_OK);
-    }
-    void close() {
-        EXPECT_EQ(playing->Release(), 0u);
-        EXPECT_EQ(m_Playback->Release(), 0u);
-        EXPECT_EQ(capturing->Release(), 0u);
-        EXPECT_EQ(m_Capture->Release(), 0u);
-        EXPECT_EQ(m_World.ledger.open(Kind::interfacePointer), 0u);
-    }
-
-    IDirectSound8* m_Playback = nullptr;
-    IDirectSoundCapture* m_Capture = nullptr;
-};
-
-constexpr DWORD kBytesPerMillisecond = 192;
-
-} // namespace
 
 TEST(Sound, SmoothClock_MovesTheCursorFrameByFrame) {
     Bench b;
@@ -169,7 +85,7 @@ TEST(Sound, WhatThePlayCursorPasses_IsHeard) {
         ASSERT_EQ(b.playing->Unlock(first, firstBytes, second, secondBytes), DS_OK);
         b.advance(950);
     });
-    b.m_Sound.catchUp();
+    b.sound.catchUp();
     const NumberedChecker heard = b.speaker.checkHeard();
     EXPECT_EQ(heard.frames(), 960u);
     EXPECT_EQ(heard.breaks(), 0u);
@@ -217,23 +133,23 @@ TEST(Sound, CallAfterTheLastRelease_IsFound) {
     b.run([&] {
         b.playing->AddRef();
         b.playing->Release();
-        EXPECT_TRUE(b.m_World.findings.all().empty());
+        EXPECT_TRUE(b.world.findings.all().empty());
         IDirectSoundBuffer8* late = b.playing;
         b.afterClose = [late] { EXPECT_EQ(late->Stop(), E_FAIL); };
     });
-    ASSERT_EQ(b.m_World.findings.all().size(), 1u);
-    EXPECT_NE(b.m_World.findings.all().front().find("Secondary.Stop of Speaker after its last release"),
+    ASSERT_EQ(b.world.findings.all().size(), 1u);
+    EXPECT_NE(b.world.findings.all().front().find("Secondary.Stop of Speaker after its last release"),
               std::string::npos);
 }
 
 TEST(Sound, DefaultVoiceDevice_MovesOnWhenItIsGone) {
     Bench b;
-    Device& headset = b.m_Sound.add(Direction::playback, "Headset");
-    EXPECT_EQ(b.m_Sound.defaultVoice(Direction::playback)->Data1, b.speaker.guid().Data1);
-    b.m_Sound.makeDefault(headset);
-    EXPECT_EQ(b.m_Sound.defaultVoice(Direction::playback)->Data1, headset.guid().Data1);
+    Device& headset = b.sound.add(Direction::playback, "Headset");
+    EXPECT_EQ(b.sound.defaultVoice(Direction::playback)->Data1, b.speaker.guid().Data1);
+    b.sound.makeDefault(headset);
+    EXPECT_EQ(b.sound.defaultVoice(Direction::playback)->Data1, headset.guid().Data1);
     headset.unplug();
-    EXPECT_EQ(b.m_Sound.defaultVoice(Direction::playback)->Data1, b.speaker.guid().Data1);
+    EXPECT_EQ(b.sound.defaultVoice(Direction::playback)->Data1, b.speaker.guid().Data1);
     b.speaker.unplug();
-    EXPECT_FALSE(b.m_Sound.defaultVoice(Direction::playback).has_value());
+    EXPECT_FALSE(b.sound.defaultVoice(Direction::playback).has_value());
 }

@@ -2,7 +2,9 @@
 #include "ring.h"
 #include "sound_system.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace simulator {
 namespace {
@@ -80,11 +82,12 @@ public:
                 catchUp();
                 if (flags != 0)
                     return DSERR_INVALIDPARAM;
-                if (m_LockedAndNotUnlocked)
-                    m_World.findings.add("CaptureBuffer.Lock of " + m_Device.label() + " without unlock before");
+                if (!m_Ring.lock(offset, bytes, first, firstBytes, second, secondBytes, m_Device.lockSplit,
+                                 m_Device.lockSurplus))
+                    return DSERR_INVALIDPARAM;
+                requireUnlocked("Lock");
                 m_LockedAndNotUnlocked = true;
-                return m_Ring.lock(offset, bytes, first, firstBytes, second, secondBytes) ? DS_OK
-                                                                                          : DSERR_INVALIDPARAM;
+                return DS_OK;
             },
             std::to_string(offset) + " " + std::to_string(bytes) + " flags " + std::to_string(flags));
     }
@@ -95,7 +98,7 @@ public:
                 if ((flags & ~static_cast<DWORD>(DSCBSTART_LOOPING)) != 0)
                     return DSERR_INVALIDPARAM;
                 if (!m_Running)
-                    m_Start = m_Device.clock.exact(m_Device.now());
+                    m_Start = deviceTime();
                 m_Running = true;
                 return DS_OK;
             },
@@ -103,6 +106,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE Stop() override {
         return method("Stop", [&]() -> HRESULT {
+            requireUnlocked("Stop");
             catchUp();
             m_CapturedBefore = m_Captured;
             m_Running = false;
@@ -128,7 +132,7 @@ public:
         if (!m_Running)
             return;
         const std::int64_t captured =
-            m_CapturedBefore + framesIn(m_Device.clock.since(m_Start, m_Device.now()), m_Format.rate);
+            m_CapturedBefore + framesIn(m_Device.clock.shown(deviceTime() - m_Start), m_Format.rate);
         std::int64_t frame = std::max(m_Captured, captured - m_Ring.size() / m_Format.frameBytes());
         while (frame < captured) {
             const DWORD at = inRing(frame);
@@ -138,20 +142,27 @@ public:
             record(m_Ring.memory().subspan(at, std::min<std::size_t>(bytes, m_Ring.size() - at)), frame);
             frame += frames;
         }
-        m_Captured = std::max(m_Captured, captured);
-        m_Device.framesCaptured = static_cast<std::uint64_t>(m_Captured);
+        m_Captured = captured;
+        m_Device.framesCaptured =
+            std::max(m_Device.framesCaptured, static_cast<std::uint64_t>(std::max<std::int64_t>(captured, 0)));
     }
 
 private:
+    void onLastRelease() override {
+        requireUnlocked("last Release");
+        m_Ring.freeMemory();
+    }
+    void requireUnlocked(const char* what) {
+        if (m_LockedAndNotUnlocked)
+            m_World.findings.add(objectName() + "." + what + " of " + m_Device.label() + " without unlock before");
+    }
     void record(std::span<std::byte> piece, std::int64_t frame) {
         if (m_Device.source)
             m_Device.source(piece, static_cast<std::uint64_t>(frame), m_Format);
         else
             fillNumbered(piece, static_cast<std::uint64_t>(frame), m_Format.channels, m_Format.bits);
     }
-    [[nodiscard]] DWORD inRing(std::int64_t frames) const {
-        return static_cast<DWORD>(frames * m_Format.frameBytes() % m_Ring.size());
-    }
+    [[nodiscard]] DWORD inRing(std::int64_t frames) const { return m_Ring.wrapped(frames * m_Format.frameBytes()); }
 
     Ring m_Ring;
     bool m_LockedAndNotUnlocked = false;
@@ -161,6 +172,18 @@ private:
     std::int64_t m_CapturedBefore = 0; // frames before the last Start
     std::int64_t m_Captured = 0;       // frames since creation
 };
+
+// The bit of a format among those of a device's capabilities; 0 when there is none.
+DWORD formatBit(const Format& format) {
+    constexpr DWORD kRates[] = {11025, 22050, 44100, 48000, 96000};
+    constexpr int kFormatsPerRate = 4; // mono and stereo of 8 bits, then of 16
+    const auto* rate = std::ranges::find(kRates, format.rate);
+    if (rate == std::end(kRates) || (format.bits != 8 && format.bits != 16) || format.channels < 1 ||
+        format.channels > 2)
+        return 0;
+    const auto position = static_cast<int>(rate - std::begin(kRates)) * kFormatsPerRate;
+    return 1U << (position + (format.bits == 16 ? 2 : 0) + format.channels - 1);
+}
 
 class CaptureObject final : public FakeObject, public IDirectSoundCapture {
 public:
@@ -180,6 +203,8 @@ public:
                     return DSERR_INVALIDPARAM;
                 if (outer)
                     return DSERR_NOAGGREGATION;
+                if (const HRESULT answer = judgeFormat(*description->lpwfxFormat); FAILED(answer))
+                    return answer;
                 if (m_Device.isAllocated)
                     return DSERR_ALLOCATED;
                 *buffer = createCaptureBuffer(m_World, *this, *description);
@@ -202,6 +227,17 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE Initialize(LPCGUID) override { return notSimulated("Initialize"); }
+
+private:
+    // Without the wave mapper only what the device says in its capabilities.
+    [[nodiscard]] HRESULT judgeFormat(const WAVEFORMATEX& wave) const {
+        if (wave.wFormatTag != WAVE_FORMAT_PCM && wave.wFormatTag != WAVE_FORMAT_EXTENSIBLE)
+            return DSERR_BADFORMAT;
+        if (wave.nBlockAlign != wave.nChannels * wave.wBitsPerSample / 8 ||
+            wave.nAvgBytesPerSec != wave.nBlockAlign * wave.nSamplesPerSec)
+            return DSERR_INVALIDPARAM;
+        return (m_Device.formatBits & formatBit(formatOf(wave))) != 0 ? DS_OK : DSERR_BADFORMAT;
+    }
 };
 
 } // namespace

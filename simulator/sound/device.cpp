@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <sstream>
+#include <stdexcept>
 
 namespace simulator {
 namespace {
@@ -73,10 +74,29 @@ Device::Device(Direction direction, std::string label, const GUID& guid, std::fu
     : m_Direction(direction), m_Label(std::move(label)), m_Guid(guid),
       m_Name(std::wstring(m_Label.begin(), m_Label.end())), m_Now(std::move(now)) {}
 
+Device& Device::bufferKeeps(Format format) {
+    if (m_Direction != Direction::capture)
+        throw std::logic_error(m_Label + " is a playback device: its buffers report a format, see bufferReports");
+    bufferKept = format;
+    return *this;
+}
+
+Device& Device::bufferReports(Format format) {
+    if (m_Direction != Direction::playback)
+        throw std::logic_error(m_Label + " is a capture device: its buffer keeps a format, see bufferKeeps");
+    bufferReported = format;
+    return *this;
+}
+
 Device& Device::unplug() {
     m_Present = false;
-    broken = static_cast<HRESULT>(0x88780078); // DSERR_NODRIVER
+    unplugTimes.push_back(clock.exact(m_Now()));
     return freezes();
+}
+
+Device& Device::losesBuffers() {
+    lossTimes.push_back(clock.exact(m_Now()));
+    return *this;
 }
 
 std::string Device::id() const {

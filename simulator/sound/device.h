@@ -66,6 +66,7 @@ public:
     Device& emulated() { return emulatedDriver = true, *this; }
     Device& speakers(DWORD config, DWORD geometry = 0) { return speakerConfig = config | geometry << 16, *this; }
     Device& captureFormats(DWORD bits) { return formatBits = bits, *this; }
+    // Another program has it: creating the playback object or the capture buffer answers so.
     Device& allocatedByOthers(bool allocated = true) { return isAllocated = allocated, *this; }
     Device& absent() { return m_Present = false, *this; } // from the beginning
 
@@ -77,7 +78,11 @@ public:
         return primaryAnswer = std::move(answer), *this;
     }
     Device& primaryKeeps(Format format) { return primaryKept = format, *this; } // whatever is set
-    Device& bufferKeeps(Format format) { return bufferKept = format, *this; }   // secondary or capture buffer
+    // Capture: the buffer runs in this format, whatever was asked for. Throws std::logic_error for playback.
+    Device& bufferKeeps(Format format);
+    // Playback: the secondary buffer says that it has this format; it runs in the one that was asked for. Throws
+    // std::logic_error for capture.
+    Device& bufferReports(Format format);
 
     // --- how its clock runs ---
     Device& smooth() { return clock.setStep(0), *this; }
@@ -87,6 +92,7 @@ public:
     Device& drifts(double partsPerMillion) { return clock.setDrift(m_Now(), partsPerMillion), *this; }
     Device& freezes() { return clock.freeze(m_Now()), *this; }
     Device& thaws() { return clock.thaw(m_Now()), *this; }
+    // Cursors included; backwards when it is negative.
     Device& jumps(int milliseconds) { return clock.jump(m_Now(), milliseconds * kMillisecond), *this; }
     // How far the write cursor is ahead of the play cursor, or the capture cursor of the read cursor.
     Device& cursorLead(double milliseconds) {
@@ -94,17 +100,20 @@ public:
     }
 
     // --- what happens to it ---
-    // There, or there again with all that unplug took.
+    // There, or there again: listed, whole, its clock running. What was open when it was unplugged stays dead.
     Device& hotplug() { return m_Present = true, broken.reset(), thaws(); }
-    // Gone from all lists; calls on its open buffers answer that there is no driver, and its clock stands.
+    // Gone from all lists, and its clock stands; calls on what is open answer for ever that there is no driver.
     Device& unplug();
     // Gone from all lists, but what is open goes on.
     Device& vanish() { return m_Present = false, *this; }
-    // Calls on its objects answer this from now on.
+    // Calls on its objects answer this from now on until it is hot-plugged.
     Device& breaks(HRESULT answer) { return broken = answer, *this; }
-    Device& losesBuffers() { return buffersLost = true, *this; }
+    // The playback buffers that live now are lost: not heard any more, and their calls answer so. New ones are good.
+    Device& losesBuffers();
     // A lock hands out two regions, the first of so many bytes.
     Device& splitsLocks(DWORD bytes) { return lockSplit = bytes, *this; }
+    // A lock hands out so much more than it was asked for, in its last region.
+    Device& locksMore(DWORD bytes) { return lockSurplus = bytes, *this; }
 
     // --- reading ---
     [[nodiscard]] Direction direction() const { return m_Direction; }
@@ -126,13 +135,16 @@ public:
     bool isAllocated = false;
     std::function<HRESULT(const Format&)> primaryAnswer;
     std::optional<Format> primaryKept;
-    std::optional<Format> bufferKept;
-    Format primaryFormat; // what the primary buffer has before anybody sets one
+    std::optional<Format> bufferKept;     // of capture
+    std::optional<Format> bufferReported; // of playback
+    Format primaryFormat;                 // what the primary buffer has before anybody sets one
     DeviceClock clock;
     Nanoseconds lead = 0;
     std::optional<HRESULT> broken;
-    bool buffersLost = false;
+    // Device time of each; an object knows how many there were before it.
+    std::vector<Nanoseconds> unplugTimes, lossTimes;
     DWORD lockSplit = MAXDWORD;
+    DWORD lockSurplus = 0;
     Heard heard;
     // Fills whole frames of captured audio, beginning with the given frame; numbered audio unless set.
     std::function<void(std::span<std::byte>, std::uint64_t frame, const Format&)> source;

@@ -34,9 +34,8 @@ public:
         const Nanoseconds passed = now - m_Settled;
         return m_Device + passed + static_cast<Nanoseconds>(static_cast<double>(passed) * m_Drift * 1e-6);
     }
-    // Device time since `start` as the cursors show it.
-    [[nodiscard]] Nanoseconds since(Nanoseconds start, Nanoseconds now) const {
-        const Nanoseconds passed = exact(now) - start;
+    // So much device time since a buffer's start as its cursors show it.
+    [[nodiscard]] Nanoseconds shown(Nanoseconds passed) const {
         return m_Step > 0 ? passed / m_Step * m_Step : passed;
     }
 

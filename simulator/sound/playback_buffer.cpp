@@ -13,11 +13,13 @@ constexpr GUID kSoundBuffer8 = {0x6825a449, 0x7524, 0x4d82, {0x92, 0x0f, 0x50, 0
 
 class PlaybackBuffer final : public FakeObject, public IDirectSoundBuffer8 {
 public:
-    PlaybackBuffer(World& world, const FakeObject& parent, const DSBUFFERDESC* secondary)
-        : FakeObject(world, parent.device(), secondary ? "Secondary" : "Primary", &parent),
+    // Without a description it is the primary buffer of a device with this cooperative level.
+    PlaybackBuffer(World& world, const FakeObject& parent, const DSBUFFERDESC* secondary, const DWORD* level)
+        : FakeObject(world, parent.device(), secondary ? "Secondary" : "Primary", &parent), m_Level(level),
           m_Ring(secondary ? secondary->dwBufferBytes : 0),
           m_Flags(secondary ? secondary->dwFlags : DSBCAPS_PRIMARYBUFFER),
-          m_Format(secondary ? formatOf(*secondary->lpwfxFormat) : parent.device().primaryFormat) {
+          m_Format(secondary ? formatOf(*secondary->lpwfxFormat) : parent.device().primaryFormat),
+          m_LossesBefore(parent.device().lossTimes.size()) {
         if (secondary)
             m_Device.heard.format = m_Format;
         // As memory comes: neither silence nor numbered audio.
@@ -62,7 +64,7 @@ public:
         return method(
             "GetFormat",
             [&]() -> HRESULT {
-                const auto& kept = isPrimary() ? m_Device.primaryKept : m_Device.bufferKept;
+                const auto& kept = isPrimary() ? m_Device.primaryKept : m_Device.bufferReported;
                 const std::vector<std::byte> record = waveRecord(kept.value_or(m_Format));
                 if (written)
                     *written = static_cast<DWORD>(record.size());
@@ -78,8 +80,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetFrequency(LPDWORD) override { return notSimulated("GetFrequency"); }
     HRESULT STDMETHODCALLTYPE GetStatus(LPDWORD status) override {
         return method("GetStatus", [&]() -> HRESULT {
-            *status = (m_Playing ? DSBSTATUS_PLAYING | DSBSTATUS_LOOPING : 0) |
-                      (m_Device.buffersLost ? DSBSTATUS_BUFFERLOST : 0);
+            *status = (m_Playing ? DSBSTATUS_PLAYING | DSBSTATUS_LOOPING : 0) | (lost() ? DSBSTATUS_BUFFERLOST : 0);
             return DS_OK;
         });
     }
@@ -93,19 +94,18 @@ public:
             [&]() -> HRESULT {
                 if (isPrimary())
                     return DSERR_PRIOLEVELNEEDED;
-                if (m_Device.buffersLost)
+                if (lost())
                     return DSERR_BUFFERLOST;
                 catchUp();
                 if ((flags & ~static_cast<DWORD>(DSBLOCK_ENTIREBUFFER)) != 0)
                     return DSERR_INVALIDPARAM;
                 const bool entire = (flags & DSBLOCK_ENTIREBUFFER) != 0;
-                if (m_LockedAndNotUnlocked)
-                    m_World.findings.add("Secondary.Lock of " + m_Device.label() + " without unlock before");
+                if (!m_Ring.lock(offset, entire ? m_Ring.size() : bytes, first, firstBytes, second, secondBytes,
+                                 m_Device.lockSplit, m_Device.lockSurplus))
+                    return DSERR_INVALIDPARAM;
+                requireUnlocked("Lock");
                 m_LockedAndNotUnlocked = true;
-                return m_Ring.lock(offset, entire ? m_Ring.size() : bytes, first, firstBytes, second, secondBytes,
-                                   m_Device.lockSplit)
-                           ? DS_OK
-                           : DSERR_INVALIDPARAM;
+                return DS_OK;
             },
             std::to_string(offset) + " " + std::to_string(bytes) + " flags " + std::to_string(flags));
     }
@@ -113,12 +113,12 @@ public:
         return method(
             "Play",
             [&]() -> HRESULT {
-                if (m_Device.buffersLost)
+                if (lost())
                     return DSERR_BUFFERLOST;
                 if (reserved != 0 || (flags & ~static_cast<DWORD>(DSBPLAY_LOOPING)) != 0)
                     return DSERR_INVALIDPARAM;
                 if (!m_Playing)
-                    m_Start = m_Device.clock.exact(m_Device.now());
+                    m_Start = deviceTime();
                 m_Playing = true;
                 return DS_OK;
             },
@@ -133,6 +133,8 @@ public:
                     return DSERR_INVALIDCALL;
                 if (wave == nullptr)
                     return DSERR_INVALIDPARAM;
+                if (*m_Level < DSSCL_PRIORITY)
+                    return DSERR_PRIOLEVELNEEDED;
                 const Format wanted = formatOf(*wave);
                 HRESULT answer = wanted.channels == 0 ? DSERR_BADFORMAT : DS_OK;
                 if (m_Device.primaryAnswer)
@@ -148,7 +150,8 @@ public:
     HRESULT STDMETHODCALLTYPE SetFrequency(DWORD) override { return notSimulated("SetFrequency"); }
     HRESULT STDMETHODCALLTYPE Stop() override {
         return method("Stop", [&]() -> HRESULT {
-            if (m_Device.buffersLost)
+            requireUnlocked("Stop");
+            if (lost())
                 return DSERR_BUFFERLOST;
             catchUp();
             m_FramesBefore = playedFrames(0);
@@ -179,7 +182,8 @@ public:
     void catchUp() override {
         if (isPrimary() || !m_Playing)
             return;
-        const std::int64_t played = playedFrames(0);
+        // Its cursors go on, but a lost buffer is not heard.
+        const std::int64_t played = framesUntil(lost() ? m_Device.lossTimes[m_LossesBefore] : deviceTime());
         std::int64_t missing = (played - m_HeardFrames) * m_Format.frameBytes();
         DWORD from = inRing(m_HeardFrames);
         m_HeardFrames = played;
@@ -192,15 +196,28 @@ public:
     }
 
 private:
-    [[nodiscard]] bool isPrimary() const { return m_Ring.size() == 0; }
+    void onLastRelease() override {
+        requireUnlocked("last Release");
+        m_Ring.freeMemory();
+    }
+    void requireUnlocked(const char* what) {
+        if (m_LockedAndNotUnlocked)
+            m_World.findings.add(objectName() + "." + what + " of " + m_Device.label() + " without unlock before");
+    }
+    [[nodiscard]] bool isPrimary() const { return m_Level != nullptr; }
+    [[nodiscard]] bool lost() const { return m_Device.lossTimes.size() > m_LossesBefore; }
     // Since creation, at the play cursor or so much device time ahead of it.
     [[nodiscard]] std::int64_t playedFrames(Nanoseconds ahead) const {
         if (!m_Playing)
             return m_FramesBefore;
-        return m_FramesBefore + framesIn(m_Device.clock.since(m_Start, m_Device.now()) + ahead, m_Format.rate);
+        return framesUntil(deviceTime(), ahead);
+    }
+    // While it plays.
+    [[nodiscard]] std::int64_t framesUntil(Nanoseconds time, Nanoseconds ahead = 0) const {
+        return m_FramesBefore + framesIn(m_Device.clock.shown(time - m_Start) + ahead, m_Format.rate);
     }
     [[nodiscard]] DWORD inRing(std::int64_t frames) const {
-        return isPrimary() ? 0 : static_cast<DWORD>(frames * m_Format.frameBytes() % m_Ring.size());
+        return isPrimary() ? 0 : m_Ring.wrapped(frames * m_Format.frameBytes());
     }
     void noteLateWrite() {
         const auto& locked = m_Ring.locked();
@@ -214,18 +231,21 @@ private:
             ++m_Device.heard.lateWrites;
     }
 
+    const DWORD* m_Level; // null for a secondary buffer
     Ring m_Ring;
     bool m_LockedAndNotUnlocked = false;
     DWORD m_Flags;
     Format m_Format;
+    std::size_t m_LossesBefore;
     bool m_Playing = false;
     Nanoseconds m_Start = 0;         // device time of Play
     std::int64_t m_FramesBefore = 0; // played before that
     std::int64_t m_HeardFrames = 0;
 };
 
-IDirectSoundBuffer8* create(World& world, const FakeObject& parent, const DSBUFFERDESC* secondary) {
-    auto object = std::make_unique<PlaybackBuffer>(world, parent, secondary);
+IDirectSoundBuffer8* create(World& world, const FakeObject& parent, const DSBUFFERDESC* secondary,
+                            const DWORD* level) {
+    auto object = std::make_unique<PlaybackBuffer>(world, parent, secondary, level);
     PlaybackBuffer* raw = object.get();
     world.sound->keep(std::move(object));
     return raw;
@@ -233,12 +253,12 @@ IDirectSoundBuffer8* create(World& world, const FakeObject& parent, const DSBUFF
 
 } // namespace
 
-IDirectSoundBuffer8* createPrimaryBuffer(World& world, const FakeObject& parent) {
-    return create(world, parent, nullptr);
+IDirectSoundBuffer8* createPrimaryBuffer(World& world, const FakeObject& parent, const DWORD& level) {
+    return create(world, parent, nullptr, &level);
 }
 
 IDirectSoundBuffer8* createSecondaryBuffer(World& world, const FakeObject& parent, const DSBUFFERDESC& description) {
-    return create(world, parent, &description);
+    return create(world, parent, &description, nullptr);
 }
 
 } // namespace simulator

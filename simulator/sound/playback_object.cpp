@@ -51,7 +51,7 @@ public:
         return method(
             "SetCooperativeLevel",
             [&]() -> HRESULT {
-                if (!window)
+                if ((!own && !IsWindow(window)) || level < DSSCL_NORMAL || level > DSSCL_WRITEPRIMARY)
                     return DSERR_INVALIDPARAM;
                 m_Level = level;
                 return DS_OK;
@@ -89,7 +89,7 @@ private:
         if (description.lpwfxFormat || description.dwBufferBytes != 0)
             return DSERR_INVALIDPARAM;
         // The plain and the version-8 interface begin with the same slots.
-        buffer = static_cast<LPDIRECTSOUNDBUFFER>(static_cast<void*>(createPrimaryBuffer(m_World, *this)));
+        buffer = static_cast<LPDIRECTSOUNDBUFFER>(static_cast<void*>(createPrimaryBuffer(m_World, *this, m_Level)));
         return DS_OK;
     }
     HRESULT createSecondary(const DSBUFFERDESC& description, LPDIRECTSOUNDBUFFER& buffer) {

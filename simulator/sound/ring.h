@@ -22,6 +22,11 @@ public:
 
     [[nodiscard]] DWORD size() const { return static_cast<DWORD>(m_Memory.size()); }
     std::span<std::byte> memory() { return m_Memory; }
+    // So many bytes from the begin, also before it, around the end of the memory.
+    [[nodiscard]] DWORD wrapped(std::int64_t bytes) const {
+        const std::int64_t rest = bytes % size();
+        return static_cast<DWORD>(rest < 0 ? rest + size() : rest);
+    }
 
     // The copy is the first region, a gap, and the second region.
     struct Locked {
@@ -33,12 +38,13 @@ public:
         [[nodiscard]] const std::byte* second() const { return copy.data() + firstBytes + kGap; }
     };
 
-    // Null pointers for the second part are allowed. The first region is no longer than `split`. False: the arguments
-    // are wrong.
+    // Null pointers for the second part are allowed. The first region is no longer than `split`, and both together are
+    // longer than `bytes` by `surplus`, as far as the memory goes. False: the arguments are wrong.
     bool lock(DWORD offset, DWORD bytes, void** first, DWORD* firstBytes, void** second, DWORD* secondBytes,
-              DWORD split = MAXDWORD) {
+              DWORD split = MAXDWORD, DWORD surplus = 0) {
         if (bytes == 0 || bytes > size() || offset >= size() || !first || !firstBytes)
             return false;
+        bytes += std::min(surplus, size() - bytes);
         Locked locked{offset, bytes, std::min({bytes, size() - offset, split}), std::vector<std::byte>(bytes + kGap)};
         if (!second && locked.firstBytes < bytes)
             return false;
@@ -54,6 +60,11 @@ public:
         return true;
     }
     [[nodiscard]] const std::optional<Locked>& locked() const { return m_Locked; }
+    // Of a buffer that nobody uses any more.
+    void freeMemory() {
+        m_Memory = {};
+        m_Locked.reset();
+    }
 
     // False: not what lock() gave.
     bool unlock(const void* first, DWORD firstBytes, const void* second, DWORD secondBytes, bool writeBack) {

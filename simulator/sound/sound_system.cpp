@@ -18,7 +18,8 @@ std::size_t index(Direction direction) {
 } // namespace
 
 FakeObject::FakeObject(World& world, Device& device, std::string name, const FakeObject* parent)
-    : m_World(world), m_Device(device), m_Name(std::move(name)), m_Parent(parent) {
+    : m_World(world), m_Device(device), m_Name(std::move(name)), m_Parent(parent),
+      m_UnplugsBefore(device.unplugTimes.size()) {
     m_World.ledger.take(Kind::interfacePointer, reinterpret_cast<std::uintptr_t>(this),
                         m_Name + " of " + m_Device.label());
 }
@@ -41,10 +42,60 @@ ULONG FakeObject::releaseReference() {
     m_World.ledger.give(Kind::interfacePointer, reinterpret_cast<std::uintptr_t>(this));
     if (--m_References == 0) {
         catchUp();
+        onLastRelease();
         if (m_World.sound->hasLivingBuffers(*this))
             m_World.findings.add("the device object of " + m_Device.label() + " was released before its buffers");
     }
     return m_References;
+}
+
+Nanoseconds FakeObject::deviceTime() const {
+    return dead() ? m_Device.unplugTimes[m_UnplugsBefore] : m_Device.clock.exact(m_Device.now());
+}
+
+std::vector<std::string> methodNames() {
+    const std::vector<std::pair<std::vector<const char*>, std::vector<const char*>>> interfaces = {
+        {{"DirectSound"},
+         {"QueryInterface", "Release", "CreatePrimary", "CreateSecondary", "GetCaps", "DuplicateSoundBuffer",
+          "SetCooperativeLevel", "Compact", "GetSpeakerConfig", "SetSpeakerConfig", "Initialize",
+          "VerifyCertification"}},
+        {{"Primary", "Secondary"},
+         {"QueryInterface",
+          "Release",
+          "GetCaps",
+          "GetCurrentPosition",
+          "GetFormat",
+          "GetVolume",
+          "GetPan",
+          "GetFrequency",
+          "GetStatus",
+          "Initialize",
+          "Lock",
+          "Play",
+          "SetCurrentPosition",
+          "SetFormat",
+          "SetVolume",
+          "SetPan",
+          "SetFrequency",
+          "Stop",
+          "Unlock",
+          "Restore",
+          "SetFX",
+          "AcquireResources",
+          "GetObjectInPath"}},
+        {{"DirectSoundCapture"}, {"QueryInterface", "Release", "CreateBuffer", "GetCaps", "Initialize"}},
+        {{"CaptureBuffer"},
+         {"QueryInterface", "Release", "GetCaps", "GetCurrentPosition", "GetFormat", "GetStatus", "Initialize",
+          "Lock", "Start", "Stop", "Unlock", "GetObjectInPath", "GetFXStatus"}},
+    };
+    std::vector<std::string> names;
+    for (const auto& [objects, methods] : interfaces) {
+        for (const char* object : objects) {
+            for (const char* method : methods)
+                names.push_back(std::string(object) + "." + method);
+        }
+    }
+    return names;
 }
 
 SoundSystem::SoundSystem(World& world) : m_World(world) {

@@ -24,6 +24,8 @@ public:
 
     // Brings what is heard or captured up to the present.
     virtual void catchUp() {}
+    // Its device was unplugged in its life; that it is there again changes nothing.
+    [[nodiscard]] bool dead() const { return m_Device.unplugTimes.size() > m_UnplugsBefore; }
     [[nodiscard]] bool alive() const { return m_References > 0; }
     [[nodiscard]] Device& device() const { return m_Device; }
     [[nodiscard]] const std::string& objectName() const { return m_Name; }
@@ -41,6 +43,8 @@ protected:
                                          " after its last release, " + m_World.whereAndWhen());
                     return E_FAIL;
                 }
+                if (dead())
+                    return DSERR_NODRIVER;
                 if (m_Device.broken)
                     return *m_Device.broken;
                 return work();
@@ -55,6 +59,10 @@ protected:
     }
     ULONG addReference();
     ULONG releaseReference();
+    // Called once, with the object brought up to the present: what a tombstone needs no more can go.
+    virtual void onLastRelease() {}
+    // Device time, which stands for a dead object.
+    [[nodiscard]] Nanoseconds deviceTime() const;
 
     World& m_World;
     Device& m_Device;
@@ -62,6 +70,7 @@ protected:
 private:
     std::string m_Name;
     const FakeObject* m_Parent;
+    std::size_t m_UnplugsBefore;
     unsigned m_References = 1;
 };
 
@@ -102,9 +111,13 @@ private:
     std::vector<std::unique_ptr<FakeObject>> m_Objects;
 };
 
+// The names of the objects' methods as calls have them.
+std::vector<std::string> methodNames();
+
 // The objects; each comes with one reference.
 IDirectSound8* createPlaybackObject(World& world, Device& device);
-IDirectSoundBuffer8* createPrimaryBuffer(World& world, const FakeObject& parent);
+// The level is the parent's cooperative level, which may change.
+IDirectSoundBuffer8* createPrimaryBuffer(World& world, const FakeObject& parent, const DWORD& level);
 IDirectSoundBuffer8* createSecondaryBuffer(World& world, const FakeObject& parent, const DSBUFFERDESC& description);
 IDirectSoundCapture* createCaptureObject(World& world, Device& device);
 IDirectSoundCaptureBuffer8* createCaptureBuffer(World& world, const FakeObject& parent,

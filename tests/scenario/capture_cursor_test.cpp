@@ -157,6 +157,22 @@ SCENARIO(CaptureCursor, LongJump_IsOneGapOfWholeBlocks,
     EXPECT_NEAR(static_cast<double>(minutes.checker().frames()), 20'000.0 * 48, 4.0 * kFramesPerBlock);
 }
 
+SCENARIO(CaptureCursor, JumpBackwards_IsFollowed,
+         "A cursor that jumps back by less than half a buffer is followed from there: what comes again is delivered "
+         "again, and nothing else is wrong.") {
+    Device& microphone = sim.capture("Microphone");
+    EXPECT_EQ(client.initialize(), 0);
+    openAndStart(client, microphone);
+    sim.advance(3000);
+    microphone.jumps(-300);
+    sim.advance(3000);
+    const NumberedChecker delivered = client.checkCaptured(microphone);
+    EXPECT_EQ(delivered.breaks(), 1u);
+    EXPECT_EQ(delivered.garbage() + delivered.silence(), 0u);
+    EXPECT_NEAR(static_cast<double>(delivered.frames()), 6000.0 * 48, 3.0 * kFramesPerBlock);
+    client.closeAndFinalize({&microphone});
+}
+
 SCENARIO(CaptureCursor, EachFormat_LosesNothing, "Devices of one channel or of 8 bits deliver every frame as well.") {
     Device& microphone = sim.capture("Microphone");
     EXPECT_EQ(client.initialize(), 0);

@@ -266,3 +266,23 @@ SCENARIO(CaptureLoop, Rate44100_GivesBlocksOf882Frames,
     EXPECT_TRUE(client.checkCaptured(microphone).unbroken());
     client.closeAndFinalize({&microphone});
 }
+
+SCENARIO(
+    CaptureLoop, LocksInTwoRegionsOrLongerThanAsked_DeliverTheBlockAndNoMore,
+    "A block that is locked in two regions is delivered whole, and when a driver locks more than it was asked for "
+    "nothing behind the block is.") {
+    EXPECT_EQ(client.initialize(), 0);
+    for (const DWORD surplus : {0u, 3840u}) {
+        for (const DWORD split : {MAXDWORD, 4u, 1000u, 3836u}) {
+            const std::string label = std::to_string(surplus) + " " + std::to_string(split);
+            Device& microphone = sim.capture(label).splitsLocks(split).locksMore(surplus);
+            openAndStart(client, microphone);
+            sim.advance(1500);
+            EXPECT_EQ(client.close(microphone), 0);
+            client.waitForClosed();
+            EXPECT_TRUE(client.checkCaptured(microphone).unbroken()) << label;
+            EXPECT_GT(client.checkCaptured(microphone).frames(), 70'000u) << label;
+        }
+    }
+    client.finalize();
+}

@@ -56,7 +56,7 @@ SCENARIO(DspLock, LockTwiceUnlockTwice_KeepsOtherThreadsOut,
     client.unlockDsp();
     client.unlockDsp();
     EXPECT_TRUE(hangs([this] { sim.exports().orvosoundbackend_lockDSP(client.backend); }));
-    mayEndStuck = true; // the other thread still waits for the section
+    endsStuck = true; // the other thread still waits for the section
 }
 
 SCENARIO(DspLock, Lock_WaitsForAnotherThreadsUnlock, "A lock waits until the other thread has unlocked.") {

@@ -145,7 +145,7 @@ SCENARIO(Registry, Close_DoesNotWaitForTheDevice,
 
 SCENARIO(Registry, StereoInAPlainFormat_HasMaskThree,
          "A two-channel device in a plain format reports mask 3, in both directions.") {
-    const Device& speaker = sim.playback("Speaker").bufferKeeps({2, 44100, 16, std::nullopt});
+    const Device& speaker = sim.playback("Speaker").bufferReports({2, 44100, 16, std::nullopt});
     const Device& microphone = sim.capture("Microphone").bufferKeeps({2, 44100, 16, std::nullopt});
     client.initialize();
     for (const Device* device : {&speaker, &microphone}) {
@@ -161,7 +161,7 @@ SCENARIO(Registry, StereoInAPlainFormat_HasMaskThree,
 
 SCENARIO(Registry, MonoInAPlainFormat_HasTheMarkerMask,
          "A one-channel device in a plain format reports the mask 0x40000000, in both directions.") {
-    const Device& speaker = sim.playback("Speaker").bufferKeeps({1, 22050, 16, std::nullopt});
+    const Device& speaker = sim.playback("Speaker").bufferReports({1, 22050, 16, std::nullopt});
     const Device& microphone = sim.capture("Microphone").bufferKeeps({1, 22050, 16, std::nullopt});
     client.initialize();
     for (const Device* device : {&speaker, &microphone}) {
@@ -176,9 +176,9 @@ SCENARIO(Registry, MonoInAPlainFormat_HasTheMarkerMask,
 
 SCENARIO(Registry, ExtensibleFormat_PassesItsMaskOn,
          "A device in the extensible format reports that format's own mask, whatever its channels.") {
-    const Device& mono = sim.playback("Mono").bufferKeeps({1, 48000, 16, 4});
-    const Device& stereo = sim.playback("Stereo").bufferKeeps({2, 48000, 16, 0x600});
-    const Device& surround = sim.playback("Surround").bufferKeeps({6, 48000, 16, 0x3F});
+    const Device& mono = sim.playback("Mono").bufferReports({1, 48000, 16, 4});
+    const Device& stereo = sim.playback("Stereo").bufferReports({2, 48000, 16, 0x600});
+    const Device& surround = sim.playback("Surround").bufferReports({6, 48000, 16, 0x3F});
     client.initialize();
     EXPECT_EQ(client.open(mono).mask, 4u);
     EXPECT_EQ(client.open(stereo).mask, 0x600u);
@@ -188,7 +188,7 @@ SCENARIO(Registry, ExtensibleFormat_PassesItsMaskOn,
 
 SCENARIO(Registry, ManyChannelsInAPlainFormat_LeaveTheMaskUnwritten,
          "A device of more than two channels in a plain format reports all but the mask, which is not written.") {
-    const Device& speaker = sim.playback("Speaker").bufferKeeps({4, 48000, 16, std::nullopt});
+    const Device& speaker = sim.playback("Speaker").bufferReports({4, 48000, 16, std::nullopt});
     client.initialize();
     const Opened opened = client.open(speaker);
     EXPECT_EQ(opened.result, 0);
@@ -274,7 +274,7 @@ SCENARIO(Registry, OutOfMemoryAtOpen_FailsCleanly,
     unsigned byClient = 0;
     unsigned byWorker = 0;
     for (unsigned n = 1; n < 500; ++n) {
-        const Rule& rule = sim.on("malloc").onCall(n).fails();
+        const Rule& rule = sim.on("malloc").onCall(n).maybe().fails();
         const BackendResult result = client.open(speaker).result;
         const bool hit = rule.hits() > 0;
         sim.script().clear();
@@ -307,7 +307,7 @@ SCENARIO(Registry, ComFailureOnTheWorker_HangsTheOpen,
     expectErrorLines({"Another apartment.\0 (-2147417850)"s}); // the text and its end, as for every system text
     EXPECT_TRUE(client.logTexts(1).empty());
     EXPECT_EQ(sim.count("DirectSoundCreate8"), 0u);
-    mayEndStuck = true; // the open still waits
+    endsStuck = true; // the open still waits
 }
 
 SCENARIO(Registry, ComAlreadyInitialized_IsNoFailure,

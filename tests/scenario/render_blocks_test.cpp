@@ -223,6 +223,24 @@ SCENARIO(RenderBlocks, LocksInTwoRegions_AreFilledInBoth,
     client.finalize();
 }
 
+SCENARIO(
+    RenderBlocks, LocksLongerThanAsked_GetTheBlockAndNoMore,
+    "When a driver locks more than it was asked for, in one region or in two, a block is copied to its place and "
+    "nothing behind it.") {
+    EXPECT_EQ(client.initialize(), 0);
+    for (const DWORD split : {MAXDWORD, 4u, 1000u, 3836u}) {
+        Device& speaker = sim.playback("Speaker " + std::to_string(split)).splitsLocks(split).locksMore(kBlockBytes);
+        EXPECT_EQ(client.open(speaker).result, 0);
+        EXPECT_EQ(client.start(speaker), 0);
+        sim.advance(1500);
+        EXPECT_EQ(client.close(speaker), 0);
+        client.waitForClosed();
+        EXPECT_TRUE(speaker.checkHeard().unbroken()) << split;
+        EXPECT_GT(speaker.checkHeard().frames(), 60'000u);
+    }
+    client.finalize();
+}
+
 SCENARIO(RenderBlocks, PlayedBlocks_AreKeptUpToTheCushionPlusFive,
          "A playback device keeps its last ten played blocks, on an emulated driver fifteen.") {
     EXPECT_EQ(client.initialize(), 0);

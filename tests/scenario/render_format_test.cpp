@@ -248,7 +248,7 @@ SCENARIO(
     EXPECT_EQ(client.initialize(), 0);
     std::uint32_t contextId = 1;
     for (const Case& c : cases) {
-        speaker.bufferKeeps(c.kept);
+        speaker.bufferReports(c.kept);
         const Opened opened = client.open(speaker, contextId);
         EXPECT_EQ(opened.result, 0);
         EXPECT_EQ(opened.channels, c.kept.channels);
@@ -273,7 +273,7 @@ SCENARIO(RenderFormat, SenselessBufferFormat_IsRefused,
     EXPECT_EQ(client.initialize(), 0);
     for (const Format& format : senseless) {
         client.logs.clear();
-        speaker.bufferKeeps(format);
+        speaker.bufferReports(format);
         EXPECT_EQ(client.open(speaker).result, -214)
             << format.channels << " x " << format.rate << " x " << format.bits;
         expectTrouble({kBadFormat});
@@ -281,7 +281,7 @@ SCENARIO(RenderFormat, SenselessBufferFormat_IsRefused,
         EXPECT_TRUE(sim.sound().living(speaker).empty());
     }
     EXPECT_EQ(sim.count("Secondary.GetCaps"), 0u);
-    speaker.bufferKeeps({2, 50, 16, 3, {}});
+    speaker.bufferReports({2, 50, 16, 3, {}});
     EXPECT_EQ(client.open(speaker).result, 0) << "one frame in 20 ms is audio";
     client.closeAndFinalize({&speaker});
 }

@@ -283,7 +283,7 @@ SCENARIO(RenderTiming, ComputedWait_IsToldBeyond20WithoutAUnit,
     for (const DWORD frames : {1049u, 1050u}) { // 4196 and 4200 bytes into the block: 20 and 21 ms
         client.logs.clear();
         Device& speaker = sim.playback("Speaker " + std::to_string(frames)).freezes();
-        speaker.cursorLead(frames / 48.0 + 0.001).bufferKeeps({3, kRate, 16, 7, {}});
+        speaker.cursorLead(frames / 48.0 + 0.001).bufferReports({3, kRate, 16, 7, {}});
         EXPECT_EQ(client.open(speaker).result, 0);
         const std::string event = commandEvent(sim);
         sim.on("Secondary.Lock").of(speaker.label()).onCall(2).fails(S_OK);

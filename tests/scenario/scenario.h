@@ -17,6 +17,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace scenario {
 
 using namespace simulator; // the vocabulary of the scenarios
@@ -49,11 +52,16 @@ protected:
 
     Simulation sim;
     Client client{sim};
-    // Set before the end when the scenario itself shows a hang or deadlock.
-    bool mayEndStuck = false;
+    // Set before the end when the scenario itself shows a hang or deadlock: then the run must end so, or what must not
+    // come back must not have. What is not given back because of that is forgiven, and nothing else.
+    bool endsStuck = false;
 
 private:
+    void judgeProblems(const Report& report) const;
+    [[nodiscard]] bool isStuck(const Report& report) const;
+
     bool m_Played = false;
+    std::vector<ClientThread> m_Patient;
 };
 
 } // namespace scenario

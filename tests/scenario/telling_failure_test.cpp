@@ -37,7 +37,7 @@ SCENARIO(
         .fails(static_cast<HRESULT>(0x80010106));
     EXPECT_TRUE(hangs([&] { client.open(speaker); }));
     expectErrorLines({});
-    mayEndStuck = true; // the open still waits
+    endsStuck = true; // the open still waits
 }
 
 SCENARIO(TellingFailure, CounterFailsOnTheMonitorWithoutMemory_ThreadEndsInOrder,

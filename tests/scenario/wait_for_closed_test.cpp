@@ -118,7 +118,7 @@ SCENARIO(WaitForClosed, MonitorThreadEndedEarly_WaitsWithoutEnd,
     EXPECT_TRUE(hangs([this] { client.waitForClosed(); }));
     EXPECT_EQ(sim.errorLines().back(), "Waiting for device to close");
     EXPECT_FALSE(sim.sound().living(speaker).empty());
-    mayEndStuck = true; // the wait still waits
+    endsStuck = true; // the wait still waits
 }
 
 SCENARIO(WaitForClosed, InsideANotification_ClosesOnTheMonitorThread,
