@@ -58,7 +58,7 @@ constexpr int kUntilNoticed = 2500;
 void followsTheDefault(Simulation& sim) {
     Device& speaker = sim.playback("Speaker");
     Device& headset = sim.playback("Headset");
-    sim.capture("Microphone");
+    sim.capture("Microphone"); // without one the plug-in looks for devices, but tells of none
     sim.sound().makeDefault(speaker);
     VoiceClient client(hum);
     require(plays(sim, client) && client.device() == speaker.id(), "it begins on the default device");
@@ -98,6 +98,20 @@ void triesAgainAfterAFailingCall(Simulation& sim) {
     require(sim.count("DirectSoundCreate8") == 3, "that took three openings");
 }
 
+void playsAgainAfterLostBuffers(Simulation& sim) {
+    Device& speaker = sim.playback("Speaker");
+    sim.capture("Microphone");
+    VoiceClient client(hum);
+    require(plays(sim, client), "it plays");
+    speaker.losesBuffers();
+    runProgram(sim, client, 1500);
+    const std::uint64_t before = speaker.heard.bytes;
+    require(plays(sim, client), "it asks for blocks again");
+    require(sim.sound().living(speaker).size() == 3, "on one device, opened anew"); // object, primary, secondary
+    sim.sound().catchUp();
+    require(speaker.heard.bytes > before, "and they are heard");
+}
+
 } // namespace
 
 int main() {
@@ -105,6 +119,7 @@ int main() {
         scenario("Follows the default device", followsTheDefault);
         scenario("Survives an unplugged device", survivesAnUnpluggedDevice);
         scenario("Tries again after a failing call", triesAgainAfterAFailingCall);
+        scenario("Plays again after lost buffers", playsAgainAfterLostBuffers);
     } catch (const std::exception& error) {
         require(false, error.what());
     }

@@ -1,0 +1,16 @@
+# Writes one of the C++ programs that stand in a page to a file; the first is number 1:
+#   cmake -DPAGE=... -DNUMBER=... -DOUTPUT=... -P ExtractProgram.cmake
+file(READ ${PAGE} rest)
+set(fence "```cpp\n")
+string(LENGTH "${fence}" length)
+foreach(i RANGE 1 ${NUMBER})
+    string(FIND "${rest}" "${fence}" start)
+    if(start EQUAL -1)
+        message(FATAL_ERROR "${PAGE} holds no program ${i}")
+    endif()
+    math(EXPR start "${start} + ${length}")
+    string(SUBSTRING "${rest}" ${start} -1 rest)
+endforeach()
+string(FIND "${rest}" "```" end)
+string(SUBSTRING "${rest}" 0 ${end} program)
+file(WRITE ${OUTPUT} "${program}")
