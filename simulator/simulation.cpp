@@ -79,10 +79,9 @@ Simulation::Simulation(const std::filesystem::path& dll) : m_Table(std::make_uni
         throw std::runtime_error("the DLL does not export " #name);
     ORVOSOUNDBACKEND_EXPORTS(SIMULATOR_LOAD)
 #undef SIMULATOR_LOAD
-    const std::vector<Replacement> functions = allFunctions();
-    m_Table->replace(functions);
-    for (const Replacement& replaced : functions)
-        m_World.script.allow(replaced.function);
+    m_Table->replace(allFunctions());
+    for (std::string& function : functionsWithRules())
+        m_World.script.allow(std::move(function));
     for (std::string& method : methodNames())
         m_World.script.allow(std::move(method));
     for (const char* function : kEssential) {

@@ -352,3 +352,13 @@ TEST(SimulationReport, SameFaultsElsewhereInMemory_SameText) {
     EXPECT_TRUE(contains(first, "(directsound_win64.dll+0x")) << first;
     EXPECT_EQ(first, second);
 }
+
+// --- the script ---
+
+TEST(SimulationScript, CallsWithoutRules_AreRefused_AndAllOthersTaken) {
+    Simulation sim;
+    EXPECT_THROW(sim.on("free"), std::invalid_argument);
+    for (const std::string& function : functionsWithRules())
+        EXPECT_NO_THROW(sim.on(function).maybe()) << function;
+    EXPECT_GT(functionsWithRules().size(), 50u);
+}
