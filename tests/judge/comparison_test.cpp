@@ -92,7 +92,11 @@ TEST_P(ComparisonCut, FramesRepeated_AreToldWithPlaceAndNumber) {
 
 INSTANTIATE_TEST_SUITE_P(Places, ComparisonCut,
                          testing::Values(Cut{110000, 1}, Cut{110000, 2}, Cut{110000, 480}, Cut{110000, kBlock},
-                                         Cut{23000, kBlock}, Cut{310000, 7 * kBlock}, Cut{200000, 30000}));
+                                         Cut{23000, kBlock}, Cut{310000, 7 * kBlock}, Cut{200000, 30000}),
+                         [](const testing::TestParamInfo<Cut>& cut) {
+                             return "At" + std::to_string(cut.param.position) + "Frames" +
+                                    std::to_string(cut.param.count);
+                         });
 
 TEST(Comparison, CutInAPause_IsTold) {
     const Sound said = speech(kSeconds, 8);
