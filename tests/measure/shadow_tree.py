@@ -7,6 +7,7 @@ from mutation import Mutation
 
 PROJECT = Path(__file__).resolve().parents[2]
 PRESET = 'mingw-release'
+PRECOMPILE = Path(__file__).with_name('precompile.cmake')
 
 
 class BuildError(Exception):
@@ -30,7 +31,8 @@ class ShadowTree:
             if (PROJECT / name).is_file(): # it may have been deleted a moment ago
                 _copy_when_different(PROJECT / name, self._folder / name)
         # Warnings are no reason to refuse a mutation.
-        configured = subprocess.run(['cmake', '--preset', PRESET, '-DCMAKE_CXX_FLAGS=-w'], cwd=self._folder,
+        configured = subprocess.run(['cmake', '--preset', PRESET, '-DCMAKE_CXX_FLAGS=-w',
+                                     f'-DCMAKE_PROJECT_INCLUDE={PRECOMPILE}'], cwd=self._folder,
                                     stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         if configured.returncode != 0:
             raise BuildError(configured.stdout)

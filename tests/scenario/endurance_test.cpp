@@ -21,9 +21,9 @@ constexpr double kWaitingFrames = 2 * 960; // that a capture loop has not fetche
 constexpr std::size_t kPlayedBlocks = 50;  // that wait to become references, with their records
 constexpr double kRound = 5 * kMinute;     // the headset comes and goes in each
 
-unsigned hours() {
+double hours() {
     const char* wanted = std::getenv("ENDURANCE_HOURS");
-    return wanted ? static_cast<unsigned>(std::strtoul(wanted, nullptr, 10)) : 1;
+    return wanted ? std::strtod(wanted, nullptr) : 1;
 }
 
 // Most waits end a little late, some by much, but within what the cushions of both loops bear.
@@ -122,7 +122,8 @@ SCENARIO(
     EXPECT_EQ(client.associate(mic, speaker).result, 0);
     const double started = sim.now();
     Visitor visitor(sim, client, headset);
-    const std::size_t rounds = hours() * static_cast<std::size_t>(60 * kMinute / kRound);
+    const auto rounds = static_cast<std::size_t>(hours() * 60 * kMinute / kRound);
+    ASSERT_GE(rounds, 1u);
     const std::size_t living = sim.heap().liveBlocks();
     for (std::size_t round = 1; round <= rounds; ++round) {
         visitor.visit();
