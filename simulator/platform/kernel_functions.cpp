@@ -74,7 +74,7 @@ HANDLE WINAPI createEvent(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL sign
         w->findings.add("CreateEventW with a name or a security descriptor");
     return w->call<HANDLE>(
         "CreateEventW", "", nullptr, [&] { return w->kernel.createEvent(manual != FALSE, signalled != FALSE); },
-        manual ? "manual reset" : "auto reset");
+        std::string(manual ? "manual reset" : "auto reset") + (signalled ? ", set" : ""));
 }
 
 BOOL WINAPI setEvent(HANDLE event) {
