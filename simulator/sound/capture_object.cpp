@@ -1,6 +1,5 @@
 // The capture device object and its buffer.
-#include "ring.h"
-#include "sound_system.h"
+#include "fake_buffer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,10 +11,10 @@ namespace {
 // {00990DF4-0DBB-4872-833E-6D303E80AEB6}
 constexpr GUID kCaptureBuffer8 = {0x00990df4, 0x0dbb, 0x4872, {0x83, 0x3e, 0x6d, 0x30, 0x3e, 0x80, 0xae, 0xb6}};
 
-class CaptureBuffer final : public FakeObject, public IDirectSoundCaptureBuffer8 {
+class CaptureBuffer final : public FakeBuffer, public IDirectSoundCaptureBuffer8 {
 public:
     CaptureBuffer(World& world, const FakeObject& parent, const DSCBUFFERDESC& description)
-        : FakeObject(world, parent.device(), "CaptureBuffer", &parent), m_Ring(description.dwBufferBytes),
+        : FakeBuffer(world, parent, "CaptureBuffer", description.dwBufferBytes),
           m_Format(parent.device().bufferKept.value_or(formatOf(*description.lpwfxFormat))) {}
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
@@ -85,8 +84,7 @@ public:
                 if (!m_Ring.lock(offset, bytes, first, firstBytes, second, secondBytes, m_Device.lockSplit,
                                  m_Device.lockSurplus))
                     return DSERR_INVALIDPARAM;
-                requireUnlocked("Lock");
-                m_LockedAndNotUnlocked = true;
+                noteLock();
                 return DS_OK;
             },
             std::to_string(offset) + " " + std::to_string(bytes) + " flags " + std::to_string(flags));
@@ -114,7 +112,7 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE Unlock(LPVOID first, DWORD firstBytes, LPVOID second, DWORD secondBytes) override {
-        m_LockedAndNotUnlocked = false; // also when the unlock is made to fail
+        noteUnlock();
         return method(
             "Unlock",
             [&]() -> HRESULT {
@@ -148,14 +146,6 @@ public:
     }
 
 private:
-    void onLastRelease() override {
-        requireUnlocked("last Release");
-        m_Ring.freeMemory();
-    }
-    void requireUnlocked(const char* what) {
-        if (m_LockedAndNotUnlocked)
-            m_World.findings.add(objectName() + "." + what + " of " + m_Device.label() + " without unlock before");
-    }
     void record(std::span<std::byte> piece, std::int64_t frame) {
         if (m_Device.source)
             m_Device.source(piece, static_cast<std::uint64_t>(frame), m_Format);
@@ -164,8 +154,6 @@ private:
     }
     [[nodiscard]] DWORD inRing(std::int64_t frames) const { return m_Ring.wrapped(frames * m_Format.frameBytes()); }
 
-    Ring m_Ring;
-    bool m_LockedAndNotUnlocked = false;
     Format m_Format;
     bool m_Running = false;
     Nanoseconds m_Start = 0;

@@ -1,6 +1,5 @@
 // The primary and the secondary buffer.
-#include "ring.h"
-#include "sound_system.h"
+#include "fake_buffer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,13 +10,12 @@ namespace {
 // {6825A449-7524-4D82-920F-50E36AB3AB1E}
 constexpr GUID kSoundBuffer8 = {0x6825a449, 0x7524, 0x4d82, {0x92, 0x0f, 0x50, 0xe3, 0x6a, 0xb3, 0xab, 0x1e}};
 
-class PlaybackBuffer final : public FakeObject, public IDirectSoundBuffer8 {
+class PlaybackBuffer final : public FakeBuffer, public IDirectSoundBuffer8 {
 public:
     // Without a description it is the primary buffer of a device with this cooperative level.
     PlaybackBuffer(World& world, const FakeObject& parent, const DSBUFFERDESC* secondary, const DWORD* level)
-        : FakeObject(world, parent.device(), secondary ? "Secondary" : "Primary", &parent), m_Level(level),
-          m_Ring(secondary ? secondary->dwBufferBytes : 0),
-          m_Flags(secondary ? secondary->dwFlags : DSBCAPS_PRIMARYBUFFER),
+        : FakeBuffer(world, parent, secondary ? "Secondary" : "Primary", secondary ? secondary->dwBufferBytes : 0),
+          m_Level(level), m_Flags(secondary ? secondary->dwFlags : DSBCAPS_PRIMARYBUFFER),
           m_Format(secondary ? formatOf(*secondary->lpwfxFormat) : parent.device().primaryFormat),
           m_LossesBefore(parent.device().lossTimes.size()) {
         if (secondary)
@@ -103,8 +101,7 @@ public:
                 if (!m_Ring.lock(offset, entire ? m_Ring.size() : bytes, first, firstBytes, second, secondBytes,
                                  m_Device.lockSplit, m_Device.lockSurplus))
                     return DSERR_INVALIDPARAM;
-                requireUnlocked("Lock");
-                m_LockedAndNotUnlocked = true;
+                noteLock();
                 return DS_OK;
             },
             std::to_string(offset) + " " + std::to_string(bytes) + " flags " + std::to_string(flags));
@@ -160,7 +157,7 @@ public:
         });
     }
     HRESULT STDMETHODCALLTYPE Unlock(LPVOID first, DWORD firstBytes, LPVOID second, DWORD secondBytes) override {
-        m_LockedAndNotUnlocked = false; // also when the unlock is made to fail
+        noteUnlock();
         return method(
             "Unlock",
             [&]() -> HRESULT {
@@ -196,14 +193,6 @@ public:
     }
 
 private:
-    void onLastRelease() override {
-        requireUnlocked("last Release");
-        m_Ring.freeMemory();
-    }
-    void requireUnlocked(const char* what) {
-        if (m_LockedAndNotUnlocked)
-            m_World.findings.add(objectName() + "." + what + " of " + m_Device.label() + " without unlock before");
-    }
     [[nodiscard]] bool isPrimary() const { return m_Level != nullptr; }
     [[nodiscard]] bool lost() const { return m_Device.lossTimes.size() > m_LossesBefore; }
     // Since creation, at the play cursor or so much device time ahead of it.
@@ -232,8 +221,6 @@ private:
     }
 
     const DWORD* m_Level; // null for a secondary buffer
-    Ring m_Ring;
-    bool m_LockedAndNotUnlocked = false;
     DWORD m_Flags;
     Format m_Format;
     std::size_t m_LossesBefore;
