@@ -51,7 +51,8 @@ def try_all(mutations: list[Mutation], results: Results, jobs: int) -> dict[Muta
     """The verdict of every mutation: what is known already, and the rest tried by so many workers."""
     verdicts = {mutation: verdict for mutation in mutations if (verdict := results.find(mutation))}
     waiting: queue.SimpleQueue[Mutation] = queue.SimpleQueue()
-    for mutation in mutations:
+    reasons = read_reasons(REASONS)
+    for mutation in sorted(mutations, key=lambda mutation: mutation.reason_key in reasons): # what is news comes first
         if mutation not in verdicts:
             waiting.put(mutation)
     print(f'{len(mutations)} mutants, {len(verdicts)} known from before, {waiting.qsize()} to try', flush=True)

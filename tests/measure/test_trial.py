@@ -4,7 +4,7 @@ from pathlib import Path
 from mutation import Change, Mutation
 from shadow_tree import BuildError
 from test_program import THE_START, Run
-from trial import Outcome, Trials, Witnesses
+from trial import Outcome, Trials, Witnesses, tests_akin
 
 MUTATION = Mutation('a.cpp', 1, 1, 'a.cpp | dropped: the statement | f();', Change('dropped', 0, 1, ''))
 WELL = Run(True, '', {'A.b': 0.1})
@@ -68,6 +68,28 @@ class Outcomes(unittest.TestCase):
         for target in ('directsound_win64', 'unit_tests'):
             with self.assertRaises(BuildError):
                 outcome(Tree({target}, spoilt=True))
+
+
+class TestsAkin(unittest.TestCase):
+    def test_suites_that_are_called_like_the_file_come_first(self):
+        tests = ['Finalize.a', 'RenderLoop.b', 'CaptureLoop.c', 'LoopHole.d', 'Recapture.e']
+        self.assertEqual(tests_akin('plugin/devices/capture_loop.cpp', tests),
+                         ['CaptureLoop.c', 'RenderLoop.b', 'LoopHole.d'])
+
+
+class Repetitions(unittest.TestCase):
+    def test_other_seeds_of_a_test_are_not_asked(self):
+        asked = []
+
+        class Asked(Programs):
+            def run(self, program: Path, tests: object, limit: float) -> Run:
+                asked.extend(tests or [])
+                return Run(True, '', {'Stress.Reopening_Seed1': 0.1, 'Stress.Reopening_Seed2': 0.1})
+
+        trials = Trials(Asked(WELL), Witnesses())
+        self.assertFalse(trials.measure(Tree()))
+        self.assertEqual(trials.try_one(Tree(), MUTATION).outcome, Outcome.SURVIVED)
+        self.assertEqual(set(asked), {'Stress.Reopening_Seed1'})
 
 
 if __name__ == '__main__':
