@@ -126,6 +126,41 @@ SCENARIO(EchoReference, TooManyPlayedBlocks_TheOldestAreDropped,
     client.closeAndFinalize({&microphone, &speaker});
 }
 
+SCENARIO(EchoReference, LastBlockBeforeAStop_CanStillBeOne,
+         "The block that playback has filled while the stop comes is a reference like the others.") {
+    Device& microphone = sim.capture("Microphone");
+    Device& speaker = sim.playback("Speaker");
+    runFrozenPair(sim, client, microphone, speaker);
+    playUntil(sim, client, speaker, 6);
+    client.onPlayback = [&](const std::string& device, AudioBlock& block) {
+        sim.spend(15);
+        return client.fillNumberedBlock(device, block);
+    };
+    speaker.jumps(20);
+    ASSERT_TRUE(sim.advanceUntil([&] { return client.requestCount == 7; }));
+    EXPECT_EQ(client.stop(speaker), 0);
+    sim.advance(100);
+    captureBlocks(sim, microphone, 2);
+    EXPECT_EQ(referenceNumbers(client), (References{0, kNone}));
+    client.closeAndFinalize({&microphone, &speaker});
+}
+
+SCENARIO(EchoReference, PlayedBlock_BecomesOneInsideTheSectionOnly,
+         "As long as playback has to wait for the section of its played blocks, the block that it wrote is none.") {
+    Device& microphone = sim.capture("Microphone");
+    Device& speaker = sim.playback("Speaker");
+    runFrozenPair(sim, client, microphone, speaker);
+    playUntil(sim, client, speaker, 6);
+    sim.on("EnterCriticalSection").of("S8").onCall(1).takes(200);
+    playUntil(sim, client, speaker, 7);
+    captureBlocks(sim, microphone, 1);
+    EXPECT_EQ(referenceNumbers(client), (References{kNone}));
+    sim.advance(200);
+    captureBlocks(sim, microphone, 1);
+    EXPECT_EQ(referenceNumbers(client), (References{kNone, 0}));
+    client.closeAndFinalize({&microphone, &speaker});
+}
+
 SCENARIO(EchoReference, Record_HasTheNumberOne,
          "A reference carries the number 1, a zero flag and the playback device's 20 ms of frames.") {
     Device& microphone = sim.capture("Microphone");

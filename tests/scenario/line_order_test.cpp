@@ -35,6 +35,9 @@ SCENARIO(LineOrder, EmulatedPlayback_IsWarnedOfBetweenCapabilitiesAndCooperative
     expectTrouble({kNoDriverLine});
     client.logs.clear();
     sim.on("DirectSound.SetCooperativeLevel").onCall(1).fails(DSERR_NODRIVER);
+    client.onLog = [&](const LogLine& line) {
+        EXPECT_EQ(sim.count("DirectSound.SetCooperativeLevel"), line.text == kEmulated ? 0u : 1u) << line.text;
+    };
     EXPECT_EQ(client.open(speaker).result, -229);
     expectTrouble({kEmulated, kNoDriverLine});
     client.finalize();

@@ -89,6 +89,30 @@ SCENARIO(Sections, EchoReferenceComesAndGoes_InsideTheSectionOnly,
     client.closeAndFinalize({&microphone});
 }
 
+SCENARIO(Sections, EchoReferenceOfABlock_IsLookedUpInsideTheSectionOnly,
+         "A block whose loop has to wait for the section comes without the echo reference that the client gives up "
+         "meanwhile.") {
+    const Device& speaker = sim.playback("Speaker");
+    const Device& microphone = sim.capture("Microphone");
+    client.initialize();
+    for (const Device* device : {&speaker, &microphone}) {
+        client.open(*device);
+        client.start(*device);
+    }
+    client.associate(microphone, speaker);
+    sim.advance(505);
+    ASSERT_TRUE(client.captured.back().hasEcho);
+    const std::size_t before = client.captured.size();
+    sim.on("EnterCriticalSection").of("S8").onCall(1).takes(100);
+    sim.advance(50);
+    ASSERT_EQ(client.captured.size(), before) << "the loop waits for the section";
+    EXPECT_EQ(client.dissociate(microphone), 0);
+    sim.advance(100);
+    ASSERT_GT(client.captured.size(), before);
+    EXPECT_FALSE(client.captured.at(before).hasEcho);
+    client.closeAndFinalize({&speaker, &microphone});
+}
+
 SCENARIO(Sections, DeviceThatIsOpened_CanBeReachedFromInsideTheSectionOnly,
          "As long as the client has to wait for the section to add a device that it opened, a capture device that "
          "has it as reference does not find it.") {
