@@ -98,6 +98,31 @@ SCENARIO(MonitorThread, CounterFailsAtTheBegin_LineAndComUninitialized,
     client.finalize();
 }
 
+SCENARIO(MonitorThread, End_UninitializesComAndEndsTheThread,
+         "The thread ends by the runtime's own call, after COM.") {
+    client.initialize();
+    sim.advance(10);
+    client.finalize();
+    std::vector<std::string> calls;
+    for (const CallRecord& call : sim.script().callsBeginning("")) {
+        if (call.thread == "thread1")
+            calls.push_back(call.name);
+    }
+    ASSERT_GE(calls.size(), 2u);
+    EXPECT_EQ(calls.end()[-2], "CoUninitialize");
+    EXPECT_EQ(calls.end()[-1], "_endthreadex");
+}
+
+SCENARIO(MonitorThread, EndWhileTheWakeIsTakenBack_IsNoticedAtOnce,
+         "A signal to end that the thread takes back together with its wake does not cost it another second.") {
+    client.initialize();
+    sim.advance(900);
+    sim.on("ResetEvent").onCall(1).takes(200);
+    sim.advance(150);
+    client.finalize();
+    EXPECT_EQ(sim.now(), 1200);
+}
+
 SCENARIO(MonitorThread, FrequencyFails_LineAndComKept,
          "When the frequency of the counter cannot be read, a line with the system's error number goes to standard "
          "error and the thread ends; COM stays initialized on that way out.") {

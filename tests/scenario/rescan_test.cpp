@@ -1,6 +1,8 @@
 // When the monitor rescans, and what a rescan that cannot be finished leaves.
 #include "discovery.h"
 
+#include <algorithm>
+
 namespace scenario {
 namespace {
 
@@ -86,6 +88,44 @@ SCENARIO(Rescan, CounterFailsAfterARescan_ItsBeginCounts,
     EXPECT_EQ(rescans(sim), (std::vector<double>{0, 2000, 3600}));
     expectErrorLines({});
     client.finalize();
+}
+
+SCENARIO(Rescan, CounterFailsAfterARescan_TheOneBeforeDoesNotCount,
+         "When the counter cannot be read at the end of a rescan, the next one is due as after any other.") {
+    sim.playback("Speaker");
+    sim.capture("Microphone");
+    client.initialize();
+    sim.on("QueryPerformanceCounter").onCall(4).failsWithError(31); // after the thread's first, and two wakes
+    sim.advance(5000);
+    EXPECT_EQ(rescans(sim), (std::vector<double>{0, 2000, 4000}));
+    client.finalize();
+}
+
+SCENARIO(Rescan, NoMemoryForADevice_NoneIsTakenForGone,
+         "Wherever memory runs out while a rescan lists the devices, those that were known before stay.") {
+    const Device& speaker = sim.playback("Speaker");
+    const Device& headset = sim.playback("Headset");
+    Device& guest = sim.playback("Guest");
+    sim.capture("Microphone");
+    unsigned failed = 0;
+    for (unsigned n = 1; n < 100; ++n) {
+        guest.unplug();
+        client.initialize();
+        guest.hotplug();
+        const Rule* memory = nullptr;
+        sim.on("DirectSoundEnumerateW").onCall(1).does([&] { memory = &sim.on("malloc").onCall(n).maybe().fails(); });
+        sim.advance(2500);
+        const bool hit = memory != nullptr && memory->hits() > 0;
+        sim.script().clear();
+        const Texts listed = ids(client.list(Direction::playback));
+        for (const Device* device : {&speaker, &headset})
+            EXPECT_EQ(std::ranges::count(listed, device->id()), 1) << "allocation " << n;
+        client.finalize();
+        if (!hit)
+            break;
+        ++failed;
+    }
+    EXPECT_GE(failed, 4u);
 }
 
 SCENARIO(Rescan, FirstDefaultsAreAllZero_AreListedAtTheBegin,

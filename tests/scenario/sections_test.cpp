@@ -141,6 +141,49 @@ SCENARIO(Sections, DeviceThatIsOpened_CanBeReachedFromInsideTheSectionOnly,
     client.closeAndFinalize({&speaker, &microphone});
 }
 
+SCENARIO(Sections, ClosedDevice_IsHandedOverInsideTheSectionOnly,
+         "As long as the client that closes a device has to wait for the monitor's section, a wake of the monitor "
+         "leaves the device alone.") {
+    const Device& speaker = sim.playback("Speaker");
+    client.initialize();
+    client.open(speaker);
+    client.start(speaker);
+    sim.advance(505);
+    sim.on("EnterCriticalSection").of("S4").onCall(1).takes(1000);
+    double ended = 0;
+    sim.on("Secondary.Stop").does([&] { ended = sim.now(); });
+    const double called = sim.now();
+    EXPECT_EQ(client.close(speaker), 0);
+    EXPECT_EQ(client.waitForClosed(), 0);
+    EXPECT_GE(ended, called + 1000);
+    client.finalize();
+}
+
+SCENARIO(Sections, FoundDevices_AreTakenOverInsideTheSectionOnly,
+         "As long as a rescan has to wait for the monitor's section, the client gets the list from before.") {
+    sim.playback("Speaker");
+    sim.capture("Microphone");
+    client.initialize();
+    sim.advance(1500);
+    sim.playback("Headset");
+    // Of the wake at 2000, after two looks for its end and one for closed devices.
+    sim.on("EnterCriticalSection").of("S4").onCall(4).takes(500);
+    sim.advance(750);
+    EXPECT_EQ(client.list(Direction::playback).size(), 1u);
+    sim.advance(500);
+    EXPECT_EQ(client.list(Direction::playback).size(), 2u);
+    client.finalize();
+}
+
+SCENARIO(Sections, EndOfTheMonitor_IsAskedForInsideTheSectionOnly,
+         "As long as the client that finalizes has to wait for the monitor's section, the monitor goes on.") {
+    client.initialize();
+    sim.advance(505);
+    sim.on("EnterCriticalSection").of("S4").onCall(1).takes(2000);
+    client.finalize();
+    EXPECT_EQ(sim.count("QueryPerformanceFrequency"), 2u); // read at each of the monitor's wakes
+}
+
 SCENARIO(
     Sections, OtherThreads_EnterThemAsOften,
     "A worker takes its device's section for open, for start and at its end, and that of the played blocks for "
