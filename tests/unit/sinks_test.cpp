@@ -1,11 +1,11 @@
 #include "diagnostics/sinks.h"
 
 #include <gtest/gtest.h>
+#include <io.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <io.h>
 #include <sstream>
 
 namespace directsound {
