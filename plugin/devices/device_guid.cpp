@@ -9,14 +9,14 @@
 namespace directsound {
 namespace {
 
-constexpr int kMaxUnits = 255;
+constexpr int kCapacity = 256; ///< In units. The last is not converted into, so that the text always ends.
 
 } // namespace
 
 DeviceGuid parseDeviceGuid(const std::string& deviceId) {
-    std::array<wchar_t, kMaxUnits + 1> text{};
-    const int converted = utf8ToUtf16(deviceId.c_str(), -1, text.data(), kMaxUnits);
-    if (converted < 0)
+    std::array<wchar_t, kCapacity> text{};
+    const int converted = utf8ToUtf16(deviceId.c_str(), -1, text.data(), kCapacity - 1);
+    if (conversionFailed(converted))
         return {converted, S_OK, {}};
 
     GUID guid{};

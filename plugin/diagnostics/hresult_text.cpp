@@ -91,7 +91,7 @@ void describeUnknown(std::uint32_t value, std::array<wchar_t, kFallbackCapacity>
 std::string withDecimal(const wchar_t* words, HRESULT hr) {
     std::vector<char> utf8(std::wcslen(words) * 4 + 1);
     const int converted = utf16ToUtf8(words, -1, utf8.data(), static_cast<int>(utf8.size()));
-    if (converted < 1)
+    if (conversionFailed(converted))
         return message("Error in utf16 conversion of com error message for HRESULT ", static_cast<std::int32_t>(hr));
     // Kept: the count includes the terminator, so a NUL stands in the text before its number.
     return message(std::string(utf8.data(), static_cast<std::size_t>(converted)), " (", static_cast<std::int32_t>(hr),

@@ -12,4 +12,9 @@ int utf8ToUtf16(const char* source, int sourceLength, wchar_t* destination, int 
 /// Converts UTF-16 to UTF-8; as utf8ToUtf16, with the units exchanged.
 int utf16ToUtf8(const wchar_t* source, int sourceLength, char* destination, int capacity);
 
+/// Whether the result of a conversion is a failure.
+[[nodiscard]] constexpr bool conversionFailed(int result) {
+    return result < 0;
+}
+
 } // namespace directsound

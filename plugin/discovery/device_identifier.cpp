@@ -10,7 +10,8 @@ DeviceIdentifier deviceIdentifier(const GUID& guid) {
     wchar_t* wide = nullptr;
     const HRESULT hr = StringFromCLSID(guid, &wide);
     const UniqueCoTaskMem<wchar_t> owner(wide);
-    if (FAILED(hr) || utf16ToUtf8(wide, -1, identifier.data(), static_cast<int>(identifier.size()) - 1) < 0)
+    if (FAILED(hr) ||
+        conversionFailed(utf16ToUtf8(wide, -1, identifier.data(), static_cast<int>(identifier.size()) - 1)))
         identifier.front() = '\0';
     return identifier;
 }

@@ -20,7 +20,7 @@ BackendResult describeDevice(const DeviceEntry& entry, DeviceInfoRecord& record)
         return ORVO_GUID_TO_STRING;
     }
     const int converted = utf16ToUtf8(wide, -1, record.id, sizeof(record.id));
-    if (converted < 0)
+    if (conversionFailed(converted))
         return converted;
     record.idLength = static_cast<std::uint8_t>(converted - 1); // the count includes the terminator
 

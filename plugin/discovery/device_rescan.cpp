@@ -55,7 +55,7 @@ bool DeviceMonitor::listingNeeded(Scan scan) {
 }
 
 void DeviceMonitor::adopt(DeviceMaps& found) {
-    std::array<DeviceChanges, 2> changes;
+    std::array<DeviceChanges, kDirections> changes;
     {
         const std::lock_guard guard(m_Lock);
         for (std::size_t direction = 0; direction < found.size(); ++direction)

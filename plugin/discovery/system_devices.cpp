@@ -24,7 +24,7 @@ BOOL CALLBACK addDevice(GUID* guid, const wchar_t* description, const wchar_t* /
         std::array<char, kNameCapacity> name{};
         // The entry without GUID stands for "the primary device", which has an entry of its own as well.
         if (guid != nullptr && description != nullptr &&
-            utf16ToUtf8(description, -1, name.data(), kNameCapacity) >= 0)
+            !conversionFailed(utf16ToUtf8(description, -1, name.data(), kNameCapacity)))
             listing.devices.try_emplace(*guid, DeviceEntry{*guid, name.data(), false});
     } catch (...) {
         listing.outOfMemory = true;

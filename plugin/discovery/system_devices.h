@@ -8,9 +8,10 @@
 
 namespace directsound {
 
-/// Playback first, capture second.
-using DeviceMaps = std::array<DeviceMap, 2>;
-using DefaultGuids = std::array<GUID, 2>;
+constexpr std::size_t kDirections = 2; ///< Playback first, capture second.
+
+using DeviceMaps = std::array<DeviceMap, kDirections>;
+using DefaultGuids = std::array<GUID, kDirections>;
 
 /// Lists the devices that DirectSound reports, none marked as default. Entries without GUID or description, and those
 /// whose description does not fit into 255 bytes, are left out; of two with one GUID the first counts.

@@ -177,5 +177,18 @@ TEST_F(DeviceCommands, Format_PlainSixChannels_NoMask) {
     device.terminateAndJoin();
 }
 
+TEST_F(DeviceCommands, NewDevice_HasNoCushion) {
+    EXPECT_EQ(device.m_LatencyBlocks, 0U);
+}
+
+TEST(DeviceStates, Numbers_AreFixed) {
+    EXPECT_EQ(static_cast<int>(DeviceState::New), 0);
+    EXPECT_EQ(static_cast<int>(DeviceState::Open), 1);
+    EXPECT_EQ(static_cast<int>(DeviceState::Running), 2);
+    EXPECT_EQ(static_cast<int>(DeviceState::Stopped), 3);
+    EXPECT_EQ(static_cast<int>(DeviceState::TerminateRequested), 4);
+    EXPECT_EQ(static_cast<int>(DeviceState::Failed), 5);
+}
+
 } // namespace
 } // namespace directsound

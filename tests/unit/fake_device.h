@@ -57,6 +57,7 @@ public:
     std::function<BackendResult()> onStart = [] { return ORVO_OK; };
     std::function<BackendResult()> onStop = [] { return ORVO_OK; };
     std::function<void()> onProcess = [] {};
+    using DeviceContext::m_LatencyBlocks;
     bool loopEndsByItself = false;
     WAVEFORMATEXTENSIBLE reported{}; ///< What the device says its format is.
 

@@ -28,6 +28,12 @@ TEST(TextConversion, Utf16ToUtf8_TerminatedSource_CountsTheTerminator) {
     EXPECT_STREQ(narrow, "\xc3\xbc\xe2\x82\xac");
 }
 
+TEST(TextConversion, Failed_NegativeResultsOnly) {
+    EXPECT_TRUE(conversionFailed(-1));
+    EXPECT_FALSE(conversionFailed(0));
+    EXPECT_FALSE(conversionFailed(1));
+}
+
 TEST(TextConversion, EmptySource_TheTerminatorAlone) {
     wchar_t wide[1];
     EXPECT_EQ(utf8ToUtf16("", -1, wide, 1), 1);
