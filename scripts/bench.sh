@@ -47,8 +47,13 @@ bench_close() {
 bench_real_time=()
 ! chrt --rr 1 true 2>/dev/null || bench_real_time=(chrt --rr 1)
 
+# Wine must have the page at 0x7ffe0000, and its loader lies a little below. Linux 6.9 and later put the heap of a
+# program anywhere in the gigabyte behind it: one start in some thousands finds that page taken, and ends without a word.
+bench_fixed_heap=()
+! setarch --addr-no-randomize true 2>/dev/null || bench_fixed_heap=(setarch --addr-no-randomize)
+
 bench_start() {
-    "$@" &
+    "${bench_fixed_heap[@]}" "$@" &
     bench_pid=$!
     bench_children+=("$bench_pid")
 }
