@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <tlhelp32.h>
-
 #include <iterator>
 #include <stdexcept>
 
@@ -123,19 +121,23 @@ std::vector<std::string> ImportTable::imports() const {
     return names;
 }
 
+// Walks the address space: a snapshot of the process would list its modules, too, but takes as long as all else that
+// a short simulation does.
 std::vector<std::string> ImportTable::otherCopies() const {
     std::vector<std::string> paths;
-    const HANDLE modules = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, 0);
-    if (modules == INVALID_HANDLE_VALUE)
-        return paths;
-    MODULEENTRY32W module{};
-    module.dwSize = sizeof(module);
-    for (BOOL found = Module32FirstW(modules, &module); found; found = Module32NextW(modules, &module)) {
-        const std::filesystem::path path(&module.szExePath[0]);
-        if (module.hModule != m_Module && lstrcmpiW(path.filename().c_str(), m_Path.filename().c_str()) == 0)
+    MEMORY_BASIC_INFORMATION region{};
+    for (const BYTE* next = nullptr; VirtualQuery(next, &region, sizeof(region)) != 0;
+         next = static_cast<const BYTE*>(region.BaseAddress) + region.RegionSize) {
+        const auto module = static_cast<HMODULE>(region.AllocationBase);
+        if (region.Type != MEM_IMAGE || region.BaseAddress != region.AllocationBase || module == m_Module)
+            continue;
+        wchar_t name[MAX_PATH];
+        if (GetModuleFileNameW(module, name, MAX_PATH) == 0)
+            continue; // mapped, but no module
+        const std::filesystem::path path(name);
+        if (lstrcmpiW(path.filename().c_str(), m_Path.filename().c_str()) == 0)
             paths.push_back(path.string());
     }
-    CloseHandle(modules);
     return paths;
 }
 
