@@ -133,8 +133,8 @@ void Simulation::setPolicy(std::unique_ptr<Policy> policy) {
 }
 
 // The runtime inside the DLL takes things when it is first used in a process and in a thread, and keeps them: stream
-// and exception state, a pool of thread records. So that the book shows the plug-in's own doings only, that happens
-// before it is opened, on as many threads at once as a scenario may have.
+// state, then exception state and a pool of thread records. So that the book shows the plug-in's own doings only, that
+// happens before it is opened, on as many threads at once as a scenario may have.
 void Simulation::warmUp() {
     Script script = std::move(m_World.script);
     m_World.script = Script();
@@ -146,8 +146,10 @@ void Simulation::warmUp() {
     for (unsigned i = 0; i < m_ThreadsAtOnce; ++i) {
         thread("warm-up", [&] {
             DirectSoundBackend* backend = nullptr;
-            m_Exports.orvosoundbackend_isSupported();               // one line on standard output
-            m_Exports.orvosoundbackend_initialize(&backend, &none); // one line on standard error
+            if (there == 0) {
+                m_Exports.orvosoundbackend_isSupported();               // one line on standard output
+                m_Exports.orvosoundbackend_initialize(&backend, &none); // one line on standard error
+            }
             m_World.script.on("malloc").onCall(1).fails();
             m_Exports.orvosoundbackend_initialize(&backend, &none); // an exception
             ++there;

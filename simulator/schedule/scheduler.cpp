@@ -13,7 +13,7 @@ namespace {
 thread_local ThreadState* t_Current = nullptr;
 Scheduler* g_Scheduler = nullptr; // one run per process at a time
 
-constexpr unsigned kPointsPerMillisecond = 2000;
+constexpr unsigned kPointsPerMillisecond = 500; // about what the calls behind them would take
 
 } // namespace
 

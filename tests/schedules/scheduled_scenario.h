@@ -33,7 +33,7 @@ using namespace simulator; // the vocabulary of the scenarios
 
 class ScheduledScenario {
 public:
-    ScheduledScenario() = default;
+    ScheduledScenario() { sim.threadsAtOnce(kThreadsAtOnce); }
     virtual ~ScheduledScenario() = default;
     ScheduledScenario(const ScheduledScenario&) = delete;
     ScheduledScenario& operator=(const ScheduledScenario&) = delete;
@@ -60,6 +60,8 @@ protected:
     Client client{sim};
 
 private:
+    static constexpr unsigned kThreadsAtOnce = 5; // enough for every scenario; to prepare one takes its time
+
     Invariants m_Invariants{sim, client};
     std::unique_ptr<Policy> m_Policy;
     std::uint64_t m_ChoicesThatCount = UINT64_MAX;

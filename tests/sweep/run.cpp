@@ -8,7 +8,8 @@
 namespace sweep {
 namespace {
 
-constexpr unsigned kHangLimitSeconds = 10;
+constexpr unsigned kHangLimitSeconds = 3; // nothing waits that long and still comes to an end
+constexpr unsigned kEnoughThreads = 8;    // for every clean run
 
 void addLines(std::vector<std::string>& told, const char* prefix, const std::vector<std::string>& lines) {
     for (const std::string& line : lines)
@@ -53,6 +54,35 @@ void allowRemainder(simulator::Simulation& sim, const Fault& fault, unsigned hit
         sim.expectLeft(left->kind, sim.expectedLeft(left->kind) + hits);
 }
 
+// Null: without one.
+Outcome play(const Session& session, const Fault* fault, unsigned threadsAtOnce) {
+    simulator::Simulation sim;
+    simulator::Client client(sim);
+    Stage stage(sim, client);
+    Outcome outcome;
+    sim.hangLimit(kHangLimitSeconds);
+    sim.threadsAtOnce(threadsAtOnce);
+    for (const SystemMessage& message : systemMessages())
+        sim.system().messages[message.value] = message.text;
+    const simulator::Rule* rule = fault ? &script(sim, *fault) : nullptr;
+    outcome.report = sim.run([&] {
+        session.play(stage);
+        if (fault)
+            allowRemainder(sim, *fault, rule->hits());
+        outcome.complete = true;
+    });
+    outcome.threads = static_cast<unsigned>(sim.scheduler().mostAtOnce()) - 1;
+    outcome.hits = rule ? rule->hits() : 0;
+    addLogs(outcome.told, sim, client);
+    addLines(outcome.told, kErrorStream, sim.errorLines());
+    addLines(outcome.told, kOutputStream, sim.outputLines());
+    outcome.broken = stage.broken();
+    if (!fault)
+        outcome.calls = {sim.script().callsBeginning(""),
+                         {sim.script().counts().begin(), sim.script().counts().end()}};
+    return outcome;
+}
+
 } // namespace
 
 std::string logged(std::int32_t level, const std::string& category, const std::string& text) {
@@ -67,29 +97,15 @@ ToldLine partsOf(const std::string& told) {
     return {told.substr(0, bracket) + told.substr(colon + 1), told.substr(bracket + 2, colon - bracket - 2)};
 }
 
-Outcome runSession(const Session& session, const Fault* fault) {
-    simulator::Simulation sim;
-    simulator::Client client(sim);
-    Stage stage(sim, client);
-    Outcome outcome;
-    sim.hangLimit(kHangLimitSeconds);
-    for (const SystemMessage& message : systemMessages())
-        sim.system().messages[message.value] = message.text;
-    const simulator::Rule* rule = fault ? &script(sim, *fault) : nullptr;
-    outcome.report = sim.run([&] {
-        session.play(stage);
-        if (fault)
-            allowRemainder(sim, *fault, rule->hits());
-        outcome.complete = true;
-    });
-    outcome.hits = rule ? rule->hits() : 0;
-    addLogs(outcome.told, sim, client);
-    addLines(outcome.told, kErrorStream, sim.errorLines());
-    addLines(outcome.told, kOutputStream, sim.outputLines());
-    outcome.broken = stage.broken();
-    if (!fault)
-        outcome.calls = {sim.script().callsBeginning(""),
-                         {sim.script().counts().begin(), sim.script().counts().end()}};
+Outcome runClean(const Session& session) {
+    return play(session, nullptr, kEnoughThreads);
+}
+
+// A thread that the simulation prepares costs more than most sessions do, so it gets no more than the session needs.
+Outcome runWith(const Fault& fault, const Session& session, const Outcome& clean) {
+    Outcome outcome = play(session, &fault, clean.threads);
+    if (outcome.threads > clean.threads) // the fault kept one there
+        outcome = play(session, &fault, outcome.threads);
     return outcome;
 }
 

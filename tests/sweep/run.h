@@ -12,6 +12,7 @@ namespace sweep {
 struct Outcome {
     simulator::Report report;
     bool complete = false;           // the session came to its end
+    unsigned threads = 0;            // the most at once beside the client's first
     unsigned hits = 0;               // calls that the fault made fail
     std::vector<std::string> told;   // every line of level 1 and 2 and of the streams, see below
     std::vector<std::string> broken; // what the session requires and did not get
@@ -33,7 +34,7 @@ inline constexpr const char* kWarningLog = "log 2: ";
 inline constexpr const char* kErrorStream = "standard error: ";
 inline constexpr const char* kOutputStream = "standard output: ";
 
-// Null: the clean run.
-Outcome runSession(const Session& session, const Fault* fault);
+Outcome runClean(const Session& session);
+Outcome runWith(const Fault& fault, const Session& session, const Outcome& clean);
 
 } // namespace sweep

@@ -19,8 +19,8 @@ void print(const std::string& title, const std::vector<std::string>& problems) {
 }
 
 // Empty when the session is no good even without a fault.
-std::optional<Outcome> runClean(const Session& session) {
-    Outcome clean = runSession(session, nullptr);
+std::optional<Outcome> runAndJudgeClean(const Session& session) {
+    Outcome clean = runClean(session);
     const std::vector<std::string> problems = judgeClean(clean);
     if (problems.empty())
         return clean;
@@ -31,7 +31,7 @@ std::optional<Outcome> runClean(const Session& session) {
 } // namespace
 
 bool runFaults(const Session& session, std::size_t atMost, Progress& progress) {
-    const auto clean = runClean(session);
+    const auto clean = runAndJudgeClean(session);
     if (!clean)
         return false;
     const std::vector<Fault> all = allFaults(session.name, clean->calls);
@@ -44,7 +44,7 @@ bool runFaults(const Session& session, std::size_t atMost, Progress& progress) {
         const Fault& fault = chosen[static_cast<std::size_t>(progress.next)];
         std::snprintf(progress.words.data(), progress.words.size(), "%s", words(fault).c_str());
         progress.busy = 1;
-        const std::vector<std::string> problems = judge(fault, *clean, runSession(session, &fault));
+        const std::vector<std::string> problems = judge(fault, *clean, runWith(fault, session, *clean));
         progress.busy = 0;
         if (problems.empty())
             continue;
@@ -61,10 +61,10 @@ bool replay(std::string_view text) {
         std::printf("no fault of any session: %.*s\n", static_cast<int>(text.size()), text.data());
         return false;
     }
-    const auto clean = runClean(*session);
+    const auto clean = runAndJudgeClean(*session);
     if (!clean)
         return false;
-    const Outcome run = runSession(*session, &*fault);
+    const Outcome run = runWith(*fault, *session, *clean);
     std::printf("%s", run.report.text().c_str());
     for (const std::string& line : run.told)
         std::printf("told: %s\n", line.c_str());
@@ -75,7 +75,7 @@ bool replay(std::string_view text) {
 }
 
 bool list(const Session& session) {
-    const auto clean = runClean(session);
+    const auto clean = runAndJudgeClean(session);
     if (!clean)
         return false;
     for (const Fault& fault : allFaults(session.name, clean->calls))
