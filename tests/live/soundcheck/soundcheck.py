@@ -35,7 +35,10 @@ class SoundcheckTest(unittest.TestCase):
         """Runs the program; its document keeps the schema, and agrees with the exit code."""
         done = subprocess.run(["wine", PROGRAM, "--json", *arguments], stdin=subprocess.DEVNULL, capture_output=True,
                               timeout=PATIENCE, check=False)
-        document = json.loads(done.stdout)
+        try:
+            document = json.loads(done.stdout)
+        except json.JSONDecodeError:
+            self.fail(f"no document; it ended with {done.returncode}:\n{(done.stderr + done.stdout).decode()[-4000:]}")
         jsonschema.Draft202012Validator(SCHEMA).validate(document)
         self.assertEqual(document["exit_code"], done.returncode)
         self.assertEqual(bool(document["findings"]), done.returncode != 0, document["findings"])
