@@ -142,6 +142,7 @@ bench_start_wine() {
         return
     fi
     export WINEPREFIX=$bench_folder/wine
+    export BENCH_WINEPREFIX=$WINEPREFIX # for the benches in this one
     bench_owns_wine=yes
     bench_copy_template || bench_run wineboot -i >/dev/null 2>&1
     bench_start_wineserver
